@@ -110,6 +110,7 @@ void* remembered(void* block, unsigned long size, unsigned long replacedSize = 0
             HOOK_LOG(ZEB_LOG_ERROR, "MemoryMap already has an entry at pointer:" << block);
             break;
         case MemoryMap::Outcome::NO_MEMORY:
+            SecureStringUtils::ZEBZeroMemory(static_cast<const void*>(block), size);
             std::free(block);
             return nullptr;
     }
