@@ -98,7 +98,8 @@ public:
     /// What it throws ends the connection.
     using Handler = std::function<Reply(const Request&)>;
     /// Called when the head of a request is there and its body not yet read. An answer takes the place of the
-    /// handler's: the body is neither asked for (100 Continue) nor read, and the connection ends behind it.
+    /// handler's: the body isn't asked for (100 Continue), the request doesn't count as one, and the
+    /// connection ends behind the answer. What the client sends on is recorded and dropped until it closes.
     using HeadHandler = std::function<std::optional<Reply>(const Request&)>;
 
     struct Options {
