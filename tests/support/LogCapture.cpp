@@ -1,10 +1,10 @@
 #include "support/LogCapture.h"
 
+#include "zeblogger/ZEBLogger.h"
+
 #include <algorithm>
 #include <condition_variable>
 #include <mutex>
-
-#include "zeblogger/ZEBLogger.h"
 
 namespace zeb::test {
 
@@ -77,9 +77,8 @@ bool LogCapture::contains(const std::string& text) const {
 
 bool LogCapture::contains(int level, const std::string& text) const {
     const std::lock_guard<std::mutex> lock(state_->mutex);
-    return state_->countLocked([&, has = having(text)](const Line& line) {
-        return line.level == level && has(line);
-    }) != 0;
+    return state_->countLocked(
+               [&, has = having(text)](const Line& line) { return line.level == level && has(line); }) != 0;
 }
 
 std::size_t LogCapture::count(const std::string& text) const {

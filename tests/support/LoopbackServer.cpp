@@ -1,23 +1,22 @@
 #include "support/LoopbackServer.h"
 
-#include <arpa/inet.h>
-#include <netinet/in.h>
-#include <poll.h>
-#include <strings.h>
-#include <sys/eventfd.h>
-#include <sys/socket.h>
-#include <unistd.h>
-
 #include <algorithm>
+#include <arpa/inet.h>
 #include <array>
 #include <atomic>
 #include <cerrno>
 #include <cstring>
 #include <list>
+#include <netinet/in.h>
+#include <poll.h>
 #include <sstream>
 #include <string_view>
+#include <strings.h>
+#include <sys/eventfd.h>
+#include <sys/socket.h>
 #include <system_error>
 #include <thread>
+#include <unistd.h>
 
 namespace zeb::test {
 

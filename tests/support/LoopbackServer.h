@@ -52,8 +52,8 @@ public:
         std::string target;
         std::string version;
         std::vector<std::pair<std::string, std::string>> headers;  ///< in the order of the wire
-        std::string body;  ///< without the chunked coding
-        std::string raw;   ///< as it came over the wire
+        std::string body;                                          ///< without the chunked coding
+        std::string raw;                                           ///< as it came over the wire
 
         /// The value of the first header of that name, in whatever case; "" when there is none.
         std::string header(const std::string& name) const;

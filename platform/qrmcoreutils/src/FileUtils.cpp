@@ -1,13 +1,12 @@
-#include <pwd.h>
-#include <sys/stat.h>
-#include <unistd.h>
+#include "qrmcoreutils/QRMCoreUtils.h"
 
 #include <cstdlib>
 #include <filesystem>
+#include <pwd.h>
+#include <sys/stat.h>
 #include <system_error>
+#include <unistd.h>
 #include <vector>
-
-#include "qrmcoreutils/QRMCoreUtils.h"
 
 namespace QRMCoreUtils {
 

@@ -1,7 +1,7 @@
+#include "qrmcoreutils/QRMCoreUtils.h"
+
 #include <algorithm>
 #include <cstdlib>
-
-#include "qrmcoreutils/QRMCoreUtils.h"
 
 namespace QRMCoreUtils {
 

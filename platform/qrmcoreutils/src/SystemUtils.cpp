@@ -1,7 +1,7 @@
+#include "qrmcoreutils/QRMCoreUtils.h"
+
 #include <chrono>
 #include <mutex>
-
-#include "qrmcoreutils/QRMCoreUtils.h"
 
 namespace QRMCoreUtils {
 

@@ -1,8 +1,8 @@
-#include <utility>
-
 #include "core/Task.h"
 #include "core/ThreadPool.h"
 #include "qrmcoreutils/QRMCoreUtils.h"
+
+#include <utility>
 
 namespace QRMCoreUtils {
 
