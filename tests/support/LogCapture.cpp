@@ -1,7 +1,5 @@
 #include "support/LogCapture.h"
 
-#include "zeblogger/ZEBLogger.h"
-
 #include <algorithm>
 #include <condition_variable>
 #include <mutex>
