@@ -6,6 +6,7 @@
 #include "core/SecureStringReader.h"
 
 #include <cstring>
+#include <limits>
 #include <new>
 #include <utility>
 
@@ -112,6 +113,9 @@ bool SecureString::empty() const {
 
 std::string SecureString::serializeToBase64() const {
     const std::vector<unsigned char> value = getEncryptedValue();
+    if (value.size() > std::numeric_limits<unsigned int>::max()) {
+        return {};
+    }
     return base64_encode(value.data(), static_cast<unsigned int>(value.size()), false);
 }
 

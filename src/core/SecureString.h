@@ -58,7 +58,8 @@ public:
 
     bool empty() const;
 
-    /// The encrypted value in Base64, without line breaks; "" for an empty string. A holder may store it.
+    /// The encrypted value in Base64, without line breaks; "" for an empty string, and for one of 4 GiB and
+    /// more, which is beyond base64_encode(). A holder may store it.
     std::string serializeToBase64() const;
 
 private:
