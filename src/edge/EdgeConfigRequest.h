@@ -1,9 +1,9 @@
 #pragma once
 
+#include "core/Export.h"
+
 #include <ostream>
 #include <string>
-
-#include "core/Export.h"
 
 namespace zeb::edge {
 

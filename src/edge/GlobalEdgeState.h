@@ -1,13 +1,13 @@
 #pragma once
 
+#include "core/Export.h"
+#include "edge/EdgeConfigRequest.h"
+#include "edge/VisibilityChangeObserver.h"
+
 #include <memory>
 #include <ostream>
 #include <set>
 #include <string>
-
-#include "core/Export.h"
-#include "edge/EdgeConfigRequest.h"
-#include "edge/VisibilityChangeObserver.h"
 
 namespace zeb::edge {
 
@@ -20,8 +20,8 @@ class GlobalEdgeStateObserver;
 class OVTPolicyManager;
 struct Credentials;
 
-/// The one place that knows, for the whole process, whether the client reaches the enterprise directly, through
-/// an edge server, or not at all, and that owns the current edge configuration. Reached through
+/// The one place that knows, for the whole process, whether the client reaches the enterprise directly,
+/// through an edge server, or not at all, and that owns the current edge configuration. Reached through
 /// netutils::GlobalEdgeStateController. Any thread may call.
 class ZEBNETUTILS_EXPORT GlobalEdgeState : public VisibilityChangeObserver {
 public:
@@ -72,8 +72,8 @@ public:
     virtual void stopIpInterfaceChangeMonitor() = 0;
 };
 
-/// Prints the enumerator's name. Deliberately, EDGE_CONFIG_UNAVAILABLE has none and prints as "Unexpected value
-/// (3)", as any unknown number does.
+/// Prints the enumerator's name. Deliberately, EDGE_CONFIG_UNAVAILABLE has none and prints as "Unexpected
+/// value (3)", as any unknown number does.
 ZEBNETUTILS_EXPORT std::ostream& operator<<(std::ostream& stream,
                                             GlobalEdgeState::TerminateEdgeSessionResult::Result result);
 

@@ -7,7 +7,8 @@ namespace zeb::edge {
 /// Hears whether the enterprise can be reached directly and whether an edge server can be.
 class ZEBNETUTILS_EXPORT VisibilityChangeObserver {
 public:
-    virtual void onVisibilityChange(bool internalAvailable, bool edgeAvailable, bool srvRecordOrderChanged) = 0;
+    virtual void onVisibilityChange(bool internalAvailable, bool edgeAvailable,
+                                    bool srvRecordOrderChanged) = 0;
     virtual ~VisibilityChangeObserver();
 };
 

@@ -1,7 +1,5 @@
 #include "http/BasicHttpClientImpl.h"
 
-#include <utility>
-
 #include "common/FailureManagementPolicy.h"
 #include "core/Event.h"
 #include "core/Log.h"
@@ -24,6 +22,8 @@
 #include "ip/IpFamilyPreferencePolicy.h"
 #include "netutils/ApplicationEventHandler.h"
 #include "qrmcoreutils/QRMCoreUtils.h"
+
+#include <utility>
 
 #include <curl/curl.h>
 
@@ -130,7 +130,8 @@ void fabricateAuthenticationFailure(TransformResult::Result result, Response& re
 
 bool isAuthenticationFailure(TransformResult::Result result) {
     return result == TransformResult::EDGE_AUTHENTICATION_FAILED ||
-           result == TransformResult::EDGE_TOKEN_EXPIRED || result == TransformResult::EDGE_PROXY_TOKEN_EXPIRED;
+           result == TransformResult::EDGE_TOKEN_EXPIRED ||
+           result == TransformResult::EDGE_PROXY_TOKEN_EXPIRED;
 }
 
 void removeTransformedCookies(const HttpClientData& clientData, HttpRequestData& requestData) {
@@ -336,9 +337,8 @@ namespace {
 
 void warnWithoutListener(const std::shared_ptr<Request>& request) {
     if (request == nullptr || request->getListener() == nullptr) {
-        ZEB_LOG_WARNING(log::httpClient(),
-                        "Listener is not set for request: "
-                            << ZEBLogger_replacePIIData(CurlHttpUtils::loggableUrl(request)));
+        ZEB_LOG_WARNING(log::httpClient(), "Listener is not set for request: " << ZEBLogger_replacePIIData(
+                                               CurlHttpUtils::loggableUrl(request)));
     }
 }
 
@@ -365,7 +365,8 @@ HttpClientError::Error BasicHttpClientImpl::downloadAsync(std::shared_ptr<Reques
 }
 
 HttpClientError::Error BasicHttpClientImpl::uploadAsync(std::shared_ptr<Request> request,
-                                                        unsigned int& requestId, const std::string& filePath) {
+                                                        unsigned int& requestId,
+                                                        const std::string& filePath) {
     warnWithoutListener(request);
     const std::shared_ptr<HttpRequestOptions> options = optionsOrNull(request);
     if (options != nullptr && options->method != HttpMethod::POST) {
@@ -414,7 +415,8 @@ BasicHttpClientImpl::AsyncTask::~AsyncTask() {
     }
     ZEB_LOG_WARNING(log::httpClient(), "The Async task is going to be destroyed before its execution");
     const std::shared_ptr<Request>& request = requestData_->getRequest();
-    const std::shared_ptr<HttpClientListener> listener = request == nullptr ? nullptr : request->getListener();
+    const std::shared_ptr<HttpClientListener> listener =
+        request == nullptr ? nullptr : request->getListener();
     if (listener != nullptr) {
         listener->onRequestFailed(requestData_->getRequestId(), HttpClientResult::REQUEST_LOST);
     } else {
@@ -527,7 +529,8 @@ void BasicHttpClientImpl::AsyncTask::complete() {
 
 void BasicHttpClientImpl::AsyncTask::fail(HttpClientResult::Result result) {
     const std::shared_ptr<Request>& request = requestData_->getRequest();
-    const std::shared_ptr<HttpClientListener> listener = request == nullptr ? nullptr : request->getListener();
+    const std::shared_ptr<HttpClientListener> listener =
+        request == nullptr ? nullptr : request->getListener();
     if (listener != nullptr) {
         listener->onRequestFailed(requestData_->getRequestId(), result);
     } else {
@@ -542,8 +545,9 @@ namespace {
 HttpClientResult::Result finishFailedTransfer(HttpClientResult::Result result,
                                               const HttpClientData& clientData,
                                               HttpRequestData& requestData) {
-    ZEB_LOG_ERROR(log::httpClient(), "There was an issue performing the call to curl_easy_perform for request "
-                                         << requestData.formattedRequestID() << ": " << result);
+    ZEB_LOG_ERROR(log::httpClient(),
+                  "There was an issue performing the call to curl_easy_perform for request "
+                      << requestData.formattedRequestID() << ": " << result);
     requestData.returnEasyCURLConnection();
     clientData.getNetworkEvent().notifyNetworkEventReporter(result, requestData, clientData.getEdgePolicy());
     return result;
@@ -578,11 +582,11 @@ HttpClientResult::Result finishCompletedTransfer(const HttpClientData& clientDat
     CurlHttpUtils::closeFile(&wrapper.readFile);
     clientData.getNetworkEvent().notifyNetworkEventReporter(HttpClientResult::SUCCESS, *requestData,
                                                             clientData.getEdgePolicy());
-    ZEB_LOG_DEBUG(log::httpClient(), "For request " << requestData->formattedRequestID()
-                                                    << " the total size of the data received is: "
-                                                    << requestData->getTotalDataReceived()
-                                                    << ", the size of the response body is: "
-                                                    << requestData->body.size());
+    ZEB_LOG_DEBUG(
+        log::httpClient(),
+        "For request " << requestData->formattedRequestID()
+                       << " the total size of the data received is: " << requestData->getTotalDataReceived()
+                       << ", the size of the response body is: " << requestData->body.size());
     return HttpClientResult::SUCCESS;
 }
 
@@ -667,10 +671,11 @@ void BasicHttpClientImpl::performRequest(const std::shared_ptr<HttpClientData>& 
         ZEB_LOG_ERROR(log::httpClient(),
                       "Failed to get the response code for request " << requestData->formattedRequestID());
     }
-    ZEB_LOG_INFO(log::httpClient(), "*-----* " << "HTTP response code " << requestData->responseCode
-                                               << " connect code " << requestData->connectCode << " for request "
-                                               << requestData->formattedRequestID() << " to "
-                                               << hiddenUrl(*requestData));
+    ZEB_LOG_INFO(log::httpClient(), "*-----* "
+                                        << "HTTP response code " << requestData->responseCode
+                                        << " connect code " << requestData->connectCode << " for request "
+                                        << requestData->formattedRequestID() << " to "
+                                        << hiddenUrl(*requestData));
     const ProxyReport report(*requestData);
     if (requestData->connectCode == HTTP_PROXY_AUTHENTICATION_REQUIRED) {
         const std::shared_ptr<Proxy> proxy = requestData->getRequest()->getProxy();

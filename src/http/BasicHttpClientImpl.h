@@ -1,13 +1,13 @@
 #pragma once
 
-#include <functional>
-#include <memory>
-#include <string>
-
 #include "core/Export.h"
 #include "core/Task.h"
 #include "http/BasicHttpClient.h"
 #include "http/HTTPFileOperation.h"
+
+#include <functional>
+#include <memory>
+#include <string>
 
 namespace zeb {
 class ThreadPool;
@@ -57,8 +57,8 @@ private:
                         std::shared_ptr<HttpNetworkEventReporter> reporter);
 
     HttpClientError::Error enqueueRequest(const std::shared_ptr<Request>& request,
-                                          HTTPFileOperation::Method fileOperation, const std::string& filePath,
-                                          unsigned int& requestId);
+                                          HTTPFileOperation::Method fileOperation,
+                                          const std::string& filePath, unsigned int& requestId);
     void setPoliesToRequestData(HttpRequestData& requestData) const;
     static void setUserAgentToRequestData(HttpRequestData& requestData);
     static HttpClientResult::Result onAuthentiactionFailed(const HttpRequestData& requestData,

@@ -1,9 +1,9 @@
 #pragma once
 
+#include "core/Export.h"
+
 #include <string>
 #include <vector>
-
-#include "core/Export.h"
 
 struct x509_st;
 struct x509_store_ctx_st;

@@ -1,8 +1,8 @@
 #pragma once
 
-#include <string>
-
 #include "core/SecureString.h"
+
+#include <string>
 
 namespace zeb::http {
 

@@ -77,8 +77,8 @@ HttpClientResult::Result CurlAnswerEvaluator::curlCodeToResult(int curlCode, Htt
     ZEB_LOG_INFO(log::httpClient(),
                  "Request " << (requestData == nullptr ? std::string() : requestData->formattedRequestID())
                             << " got curlCode=[" << curlCode << "] HttpClientResult=[" << result << "]"
-                            << " fips enabled=["
-                            << (common::FipsUtils::isFipsEnabled() ? "true" : "false") << "]");
+                            << " fips enabled=[" << (common::FipsUtils::isFipsEnabled() ? "true" : "false")
+                            << "]");
     return result;
 }
 

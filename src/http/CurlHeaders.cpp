@@ -1,12 +1,12 @@
 #include "http/CurlHeaders.h"
 
-#include <algorithm>
-#include <cstddef>
-#include <cstring>
-
 #include "core/Log.h"
 #include "core/SecureStringUtils.h"
 #include "http/HttpUtils.h"
+
+#include <algorithm>
+#include <cstddef>
+#include <cstring>
 
 #include <curl/curl.h>
 

@@ -1,10 +1,10 @@
 #pragma once
 
-#include <memory>
-#include <string>
-
 #include "core/Export.h"
 #include "http/HttpHeaders.h"
+
+#include <memory>
+#include <string>
 
 struct curl_slist;
 

@@ -3,12 +3,6 @@
 
 #include "http/CurlHttpUtils.h"
 
-#include <algorithm>
-#include <array>
-#include <cstring>
-#include <sstream>
-#include <utility>
-
 #include "core/Log.h"
 #include "core/SecureStringReader.h"
 #include "core/SecureStringUtils.h"
@@ -25,6 +19,12 @@
 #include "http/SslUtils.h"
 #include "ip/IpUtils.h"
 #include "qrmcoreutils/QRMCoreUtils.h"
+
+#include <algorithm>
+#include <array>
+#include <cstring>
+#include <sstream>
+#include <utility>
 
 #include <curl/curl.h>
 #include <openssl/ssl.h>
@@ -85,10 +85,9 @@ bool testOpenFile(RequestWrapper& wrapper) {
                           << CurlHttpUtils::loggableFilePath(wrapper));
         return false;
     }
-    ZEB_LOG_DEBUG(log::httpClient(),
-                  (download ? "Successfully test-opened file with write option "
-                            : "Successfully test-opened file with read option ")
-                      << CurlHttpUtils::loggableFilePath(wrapper));
+    ZEB_LOG_DEBUG(log::httpClient(), (download ? "Successfully test-opened file with write option "
+                                               : "Successfully test-opened file with read option ")
+                                         << CurlHttpUtils::loggableFilePath(wrapper));
     CurlHttpUtils::closeFile(&file);
     return true;
 }
@@ -189,7 +188,8 @@ void setUserAndPassword(CURL* curl, const HttpRequestData& data, long scheme, co
         curl_easy_setopt(curl, CURLOPT_USERPWD, text.c_str());
         SecureStringUtils::ZEBZeroString(text);
     }
-    ZEB_LOG_DEBUG(log::httpClient(), "Request " << data.formattedRequestID() << " Using authentication " << name
+    ZEB_LOG_DEBUG(log::httpClient(), "Request " << data.formattedRequestID() << " Using authentication "
+                                                << name
                                                 << (credentials != nullptr ? " with credentials" : ""));
 }
 
@@ -272,11 +272,11 @@ void setRequiredProxy(CURL* curl, const HttpRequestData& data, const Proxy& prox
     }
     curl_easy_setopt(curl, CURLOPT_PROXYTYPE, curlProxyType(proxy.getProxyType()));
     setProxyCredentials(curl, proxy);
-    ZEB_LOG_INFO(log::httpClient(),
-                 "Request " << data.formattedRequestID() << " proxy configuration:"
-                            << " URL '" << ZEBLogger_replacePIIData(url) << "'."
-                            << (defaultPort ? " Use default proxy port 80." : "") << " Set authentication."
-                            << " authtype:" << proxy.getProxyAuthenticationType());
+    ZEB_LOG_INFO(log::httpClient(), "Request " << data.formattedRequestID() << " proxy configuration:"
+                                               << " URL '" << ZEBLogger_replacePIIData(url) << "'."
+                                               << (defaultPort ? " Use default proxy port 80." : "")
+                                               << " Set authentication."
+                                               << " authtype:" << proxy.getProxyAuthenticationType());
 }
 
 void setProxy(CURL* curl, HttpRequestData& data) {
@@ -364,8 +364,8 @@ bool writeToFile(RequestWrapper& wrapper, const char* bytes, std::size_t count) 
         return true;
     }
     const std::string path = CurlHttpUtils::loggableFilePath(wrapper);
-    ZEB_LOG_ERROR(log::httpClient(), "Failed to write data to file '"
-                                         << path << "'. Removing the file and aborting transfer.");
+    ZEB_LOG_ERROR(log::httpClient(),
+                  "Failed to write data to file '" << path << "'. Removing the file and aborting transfer.");
     CurlHttpUtils::closeFile(&wrapper.writeFile);
     if (std::remove(wrapper.filePath.c_str()) != 0) {
         ZEB_LOG_ERROR(log::httpClient(), "Failed to remove the file '" << path << "'.");
@@ -381,9 +381,10 @@ bool takeDownloadedBytes(HttpRequestData& data, const char* bytes, std::size_t c
     if (!CurlHttpUtils::isResponseSuccessful(data.responseCode) &&
         !CurlHttpUtils::isFileProtocol(optionsOf(data).url)) {
         ZEB_LOG_WARNING(log::httpClient(),
-                        "The request " << data.formattedRequestID()
-                                       << " has chosen to write data to a file but the response code indicated "
-                                       << "an error, appending the data to the response body instead.");
+                        "The request "
+                            << data.formattedRequestID()
+                            << " has chosen to write data to a file but the response code indicated "
+                            << "an error, appending the data to the response body instead.");
         data.body.append(bytes, count);
         return true;
     }
@@ -393,11 +394,26 @@ bool takeDownloadedBytes(HttpRequestData& data, const char* bytes, std::size_t c
 // --- header lines ----------------------------------------------------------------------------------------
 
 bool isHeaderLoggedInClear(const HttpHeader& header) {
-    static constexpr std::array<const char*, 20> IN_CLEAR = {
-        "AGE",           "CACHE-CONTROL",      "CONNECTION",       "CONTENT-LENGTH", "CONTENT-TYPE",
-        "DATE",          "EXPIRES",            "HOST",             "PRAGMA",         "PROXY-AUTHENTICATE",
-        "RETRY-AFTER",   "PROXY-CONNECTION",   "SERVER",           "TRACKINGID",     "TRANSFER-ENCODING",
-        "USER-AGENT",    "VARY",               "VIA",              "WWW-AUTHENTICATE", "X-CF-REQUESTID"};
+    static constexpr std::array<const char*, 20> IN_CLEAR = {"AGE",
+                                                             "CACHE-CONTROL",
+                                                             "CONNECTION",
+                                                             "CONTENT-LENGTH",
+                                                             "CONTENT-TYPE",
+                                                             "DATE",
+                                                             "EXPIRES",
+                                                             "HOST",
+                                                             "PRAGMA",
+                                                             "PROXY-AUTHENTICATE",
+                                                             "RETRY-AFTER",
+                                                             "PROXY-CONNECTION",
+                                                             "SERVER",
+                                                             "TRACKINGID",
+                                                             "TRANSFER-ENCODING",
+                                                             "USER-AGENT",
+                                                             "VARY",
+                                                             "VIA",
+                                                             "WWW-AUTHENTICATE",
+                                                             "X-CF-REQUESTID"};
     const std::string upper = QRMCoreUtils::toUppercase(header.first);
     return !header.second.empty() && std::any_of(IN_CLEAR.begin(), IN_CLEAR.end(),
                                                  [&upper](const char* name) { return upper == name; });
@@ -428,13 +444,15 @@ void clearIdentityInformationOnRedirect(HttpRequestData& data) {
         ZEB_LOG_DEBUG(log::httpClient(), "resetting the server Curl FQDN on redirect");
         sslData.resetServerCurlFQDN();
     }
-    if (sslData.identityMatchModel == IdentityMatchModel::STRICT_MATCH && optionsOf(data).useProvidedIdentity) {
+    if (sslData.identityMatchModel == IdentityMatchModel::STRICT_MATCH &&
+        optionsOf(data).useProvidedIdentity) {
         ZEB_LOG_DEBUG(log::httpClient(), "certIdentityValidationModel is set to STRICT and custom identities "
                                              << "have been provided, the identity information will not be "
                                              << "cleared on redirect");
     } else if (!sslData.referenceIdentifiers.empty()) {
-        ZEB_LOG_DEBUG(log::httpClient(), "custom reference identifiers were specified, but the server hostname "
-                                             << "will be used as the request has been redirected");
+        ZEB_LOG_DEBUG(log::httpClient(),
+                      "custom reference identifiers were specified, but the server hostname "
+                          << "will be used as the request has been redirected");
         sslData.resetReferenceIdentifiers();
     }
 }
@@ -459,9 +477,9 @@ void takeHeader(HttpRequestData& data, const std::string& line, std::size_t colo
 void takeStatusLine(HttpRequestData& data) {
     ZEB_LOG_DEBUG(log::httpClient(), "Request " << data.formattedRequestID() << " got status line: ");
     if (!data.headers->empty()) {
-        ZEB_LOG_DEBUG(log::httpClient(), "For request " << data.formattedRequestID() << ", removing "
-                                                        << data.headers->size()
-                                                        << " previous headers because a new response is starting");
+        ZEB_LOG_DEBUG(log::httpClient(),
+                      "For request " << data.formattedRequestID() << ", removing " << data.headers->size()
+                                     << " previous headers because a new response is starting");
         data.headers->clear();
     }
 }
@@ -499,10 +517,10 @@ void setDefaultIdentities(HttpRequestData& data, const std::string& effectiveUrl
         sslData.identifierToDisplay = host;
         sslData.identifierToDisplayDefaulted = true;
     }
-    ZEB_LOG_DEBUG(log::httpClient(),
-                  "SNI: [" << ZEBLogger_replacePIIData(sslData.sniServerName) << "] FQDN :["
-                           << ZEBLogger_replacePIIData(sslData.serverCurlFQDN) << "] Display:["
-                           << ZEBLogger_replacePIIData(sslData.identifierToDisplay) << "]");
+    ZEB_LOG_DEBUG(log::httpClient(), "SNI: ["
+                                         << ZEBLogger_replacePIIData(sslData.sniServerName) << "] FQDN :["
+                                         << ZEBLogger_replacePIIData(sslData.serverCurlFQDN) << "] Display:["
+                                         << ZEBLogger_replacePIIData(sslData.identifierToDisplay) << "]");
     if (sslData.serverCurlFQDN.empty()) {
         sslData.serverCurlFQDN = host;
         if (sslData.referenceIdentifiers.empty()) {
@@ -549,9 +567,9 @@ bool CurlHttpUtils::isSetOptError(int code, const std::string& optionName, const
 }
 
 bool CurlHttpUtils::configureEasyRequest(const RequestDataPtr& data) {
-    ZEB_LOG_INFO(log::httpClient(),
-                 "*-----* " << "Configuring request " << data->formattedRequestID() << " "
-                            << optionsOf(*data).methodName() << " " << hiddenUrl(*data));
+    ZEB_LOG_INFO(log::httpClient(), "*-----* "
+                                        << "Configuring request " << data->formattedRequestID() << " "
+                                        << optionsOf(*data).methodName() << " " << hiddenUrl(*data));
     const std::shared_ptr<EasyCURLConnection> connection = data->getCurlConnection();
     if (connection == nullptr || connection->getHandle() == nullptr) {
         ZEB_LOG_ERROR(log::httpClient(), "Unable to configure the easy request. The provided HttpRequestData "
@@ -589,10 +607,10 @@ bool CurlHttpUtils::configureEasyRequest(const RequestDataPtr& data) {
         setCookies(data);
     }
     setLimits(curl, *data);
-    ZEB_LOG_DEBUG(log::httpClient(), "Request " << data->formattedRequestID() << " configured with: "
-                                                << optionsOf(*data).acceptableTlsVersionsAsString()
-                                                << ", transfer timeout " << optionsOf(*data).transferTimeout
-                                                << " msec");
+    ZEB_LOG_DEBUG(log::httpClient(),
+                  "Request " << data->formattedRequestID()
+                             << " configured with: " << optionsOf(*data).acceptableTlsVersionsAsString()
+                             << ", transfer timeout " << optionsOf(*data).transferTimeout << " msec");
     return true;
 }
 
@@ -609,8 +627,7 @@ bool CurlHttpUtils::setHeaders(const RequestDataPtr& data, const std::shared_ptr
     const HttpRequestOptions& options = optionsOf(*data);
     auto list = std::make_shared<CurlHeaders>(headers);
     list->appendHeaderForSNI("Host", options.url, options.isEdgeRequest());
-    const CURLcode code =
-        curl_easy_setopt(handleOf(*data), CURLOPT_HTTPHEADER, list->getCurlHeaderList());
+    const CURLcode code = curl_easy_setopt(handleOf(*data), CURLOPT_HTTPHEADER, list->getCurlHeaderList());
     // The former list goes only now: until then libcurl held it.
     data->getWrapper().requestHeaders = std::move(list);
     return !isSetOptError(code, "CURLOPT_HTTPHEADER", curl_easy_strerror(code));
@@ -815,8 +832,8 @@ int CurlHttpUtils::curlProgressFunction(void* requestData, double dlTotal, doubl
         return 0;
     }
     if (data->getRequest()->isCancelled()) {
-        ZEB_LOG_INFO(log::httpClient(), "Cancelling request " << data->formattedRequestID() << " to URL "
-                                                              << hiddenUrl(*data));
+        ZEB_LOG_INFO(log::httpClient(),
+                     "Cancelling request " << data->formattedRequestID() << " to URL " << hiddenUrl(*data));
         return 1;
     }
     RequestWrapper& wrapper = data->getWrapper();
@@ -868,7 +885,8 @@ bool CurlHttpUtils::getResponseCode(HttpRequestData* data) {
     const CURLcode result = curl_easy_getinfo(curl, CURLINFO_RESPONSE_CODE, &code);
     if (result != CURLE_OK) {
         ZEB_LOG_ERROR(log::httpClient(), "Unable to get the response code: " << result << " for request "
-                                                                             << data->formattedRequestID() << ".");
+                                                                             << data->formattedRequestID()
+                                                                             << ".");
         return false;
     }
     data->responseCode = static_cast<int>(code);
@@ -899,8 +917,7 @@ bool CurlHttpUtils::storeCookies(const RequestDataPtr& data) {
         return false;
     }
     if (!data->cookies.empty()) {
-        ZEB_LOG_DEBUG(log::httpClient(),
-                      "removing " << data->cookies.size() << " previously stored cookies");
+        ZEB_LOG_DEBUG(log::httpClient(), "removing " << data->cookies.size() << " previously stored cookies");
         data->cookies.clear();
     }
     for (curl_slist* item = list; item != nullptr; item = item->next) {
@@ -916,8 +933,9 @@ bool CurlHttpUtils::storeCookies(const RequestDataPtr& data) {
 void CurlHttpUtils::logOperationTiming(const RequestDataPtr& data) {
     const std::shared_ptr<EasyCURLConnection> connection = data->getCurlConnection();
     if (connection == nullptr || connection->getHandle() == nullptr) {
-        ZEB_LOG_ERROR(log::httpClient(), "Unable to log the operation timing. The provided HttpRequestData does "
-                                             << "not own an EasyCURLConnection");
+        ZEB_LOG_ERROR(log::httpClient(),
+                      "Unable to log the operation timing. The provided HttpRequestData does "
+                          << "not own an EasyCURLConnection");
         return;
     }
     if (!ZEBLog_isDebugEnabled(log::httpClient())) {

@@ -1,11 +1,11 @@
 #pragma once
 
+#include "http/HttpHeaders.h"
+
 #include <cstddef>
 #include <cstdio>
 #include <memory>
 #include <string>
-
-#include "http/HttpHeaders.h"
 
 namespace zeb::http {
 
@@ -20,8 +20,8 @@ struct RequestWrapper;
 /// The handle (`CURL*`) and libcurl's codes go as void* and int, so that libcurl's headers stay out of here.
 class CurlHttpUtils {
 public:
-    /// The whole configuration, from a reset handle on. False when the request owns no handle, a file can't be
-    /// opened, or the form can't be built; every other failure shows when the transfer runs.
+    /// The whole configuration, from a reset handle on. False when the request owns no handle, a file can't
+    /// be opened, or the form can't be built; every other failure shows when the transfer runs.
     static bool configureEasyRequest(const std::shared_ptr<HttpRequestData>& data);
     static bool setUrl(const std::shared_ptr<HttpRequestData>& data);
     static bool setHeadersFromHttpRequestData(const std::shared_ptr<HttpRequestData>& data);
@@ -30,8 +30,8 @@ public:
     static bool addOauthToken(const std::shared_ptr<HttpRequestData>& data);
     static bool setCookies(const std::shared_ptr<HttpRequestData>& data);
     static bool setCookieMandatory(const std::shared_ptr<HttpRequestData>& data);
-    /// Builds libcurl's form list. The list is deliberately never released: libcurl may read it as long as the
-    /// handle keeps it, and its parts point into the request.
+    /// Builds libcurl's form list. The list is deliberately never released: libcurl may read it as long as
+    /// the handle keeps it, and its parts point into the request.
     static bool configureMultiformRequest(const std::shared_ptr<HttpRequestData>& data);
     /// Overwrites the password that libcurl holds; right after each perform.
     static bool resetCurlPassword(const std::shared_ptr<HttpRequestData>& data);

@@ -1,13 +1,13 @@
 #pragma once
 
-#include <array>
-
 #include "core/Export.h"
+
+#include <array>
 
 namespace zeb::http {
 
-/// Owner of one curl easy handle and of the buffer that libcurl writes its error texts into. One transfer at a
-/// time, on whichever thread holds it.
+/// Owner of one curl easy handle and of the buffer that libcurl writes its error texts into. One transfer at
+/// a time, on whichever thread holds it.
 class ZEBNETUTILS_EXPORT EasyCURLConnection {
 public:
     EasyCURLConnection();

@@ -1,12 +1,12 @@
 #include "http/EdgePolicy.h"
 
-#include <array>
-#include <stdexcept>
-
 #include "edge/GlobalEdgeState.h"
 #include "http/EdgeTransformer.h"
 #include "http/HttpRequestData.h"
 #include "netutils/GlobalEdgeStateController.h"
+
+#include <array>
+#include <stdexcept>
 
 namespace zeb::http {
 

@@ -1,11 +1,11 @@
 #pragma once
 
+#include "common/InputIndependentPolicy.h"
+#include "core/Export.h"
+
 #include <memory>
 #include <ostream>
 #include <string>
-
-#include "common/InputIndependentPolicy.h"
-#include "core/Export.h"
 
 namespace zeb::http {
 
@@ -54,15 +54,15 @@ public:
 
     bool equals(const Policy& other) const override;
     std::string getName() const override;
-    /// Whether a road exists that the policy allows. Any policy but NEVER_USE waits up to a second for an edge
-    /// layer that is just being started; without one it is not enforceable.
+    /// Whether a road exists that the policy allows. Any policy but NEVER_USE waits up to a second for an
+    /// edge layer that is just being started; without one it is not enforceable.
     bool verifyEnforceability() const override;
 
     PolicyValue::Value getValue() const { return value_; }
 
-    /// Has the request transformed if it must go through the edge. A request that has been transformed already
-    /// is left alone. A failure of the transformation is kept in the request data. A null transformer counts
-    /// as an edge layer that isn't there.
+    /// Has the request transformed if it must go through the edge. A request that has been transformed
+    /// already is left alone. A failure of the transformation is kept in the request data. A null transformer
+    /// counts as an edge layer that isn't there.
     PolicyEnforcingResult::EnforcingResult enforce(const std::shared_ptr<HttpRequestData>& requestData,
                                                    const std::shared_ptr<EdgeTransformer>& transformer) const;
     /// Undoes the rewriting of cookies in the response to a request that went through the edge.

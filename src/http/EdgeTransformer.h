@@ -1,10 +1,10 @@
 #pragma once
 
+#include "core/Export.h"
+
 #include <memory>
 #include <ostream>
 #include <string>
-
-#include "core/Export.h"
 
 namespace zeb::http {
 

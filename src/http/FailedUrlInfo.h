@@ -1,8 +1,8 @@
 #pragma once
 
-#include <string>
-
 #include "http/HttpClientResult.h"
+
+#include <string>
 
 namespace zeb::http {
 

@@ -1,12 +1,12 @@
 #include "http/HttpClientData.h"
 
-#include <utility>
-
 #include "core/Log.h"
 #include "core/ScopedLock.h"
 #include "http/CurlAnswerEvaluator.h"
 #include "http/EasyCURLConnection.h"
 #include "http/HttpRequestData.h"
+
+#include <utility>
 
 namespace zeb::http {
 

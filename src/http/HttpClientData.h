@@ -1,11 +1,11 @@
 #pragma once
 
-#include <memory>
-
 #include "core/Event.h"
 #include "core/Export.h"
 #include "core/Mutex.h"
 #include "http/HttpNetworkEvent.h"
+
+#include <memory>
 
 namespace zeb::common {
 class Policy;

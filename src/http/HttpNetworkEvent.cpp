@@ -1,7 +1,5 @@
 #include "http/HttpNetworkEvent.h"
 
-#include <utility>
-
 #include "core/Log.h"
 #include "http/EdgePolicy.h"
 #include "http/EdgeTransformer.h"
@@ -11,6 +9,8 @@
 #include "http/HttpRequestOptions.h"
 #include "http/HttpUtils.h"
 #include "http/Request.h"
+
+#include <utility>
 
 namespace zeb::http {
 

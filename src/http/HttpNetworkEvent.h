@@ -1,10 +1,10 @@
 #pragma once
 
-#include <memory>
-#include <string>
-
 #include "core/Export.h"
 #include "http/HttpClientResult.h"
+
+#include <memory>
+#include <string>
 
 namespace zeb::common {
 class Policy;
@@ -16,9 +16,9 @@ class EdgeTransformer;
 class HttpNetworkEventReporter;
 class HttpRequestData;
 
-/// Turns the outcome of a transfer into hints and events for the rest of the system. Without state of its own:
-/// copies are cheap, any thread may call. Without a reporter it tells nobody; without a transformer no request
-/// counts as one for the edge.
+/// Turns the outcome of a transfer into hints and events for the rest of the system. Without state of its
+/// own: copies are cheap, any thread may call. Without a reporter it tells nobody; without a transformer no
+/// request counts as one for the edge.
 class ZEBNETUTILS_EXPORT HttpNetworkEvent {
 public:
     HttpNetworkEvent(std::shared_ptr<HttpNetworkEventReporter> reporter,

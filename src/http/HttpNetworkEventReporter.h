@@ -1,13 +1,13 @@
 #pragma once
 
-#include <string>
-
 #include "core/Export.h"
+
+#include <string>
 
 namespace zeb::http {
 
-/// To whom the HTTP clients tell what their transfers say about the network. Called on transfer threads, after
-/// each transfer; must not block.
+/// To whom the HTTP clients tell what their transfers say about the network. Called on transfer threads,
+/// after each transfer; must not block.
 class ZEBNETUTILS_EXPORT HttpNetworkEventReporter {
 public:
     virtual void hintNetworkInterfaceMightHaveDropped(const std::string& reason) = 0;

@@ -1,16 +1,16 @@
 #pragma once
 
+#include "core/Export.h"
+
 #include <memory>
 #include <string>
-
-#include "core/Export.h"
 
 namespace zeb::http {
 
 class Proxy;
 
-/// Finds the system's proxy for a URL. This base knows of none; a host derives from it and installs its reader
-/// in a SystemProxyResolver.
+/// Finds the system's proxy for a URL. This base knows of none; a host derives from it and installs its
+/// reader in a SystemProxyResolver.
 class ZEBNETUTILS_EXPORT HttpProxyConfigurationReader {
 public:
     virtual ~HttpProxyConfigurationReader();

@@ -1,7 +1,5 @@
 #include "http/HttpRequestData.h"
 
-#include <utility>
-
 #include "core/Log.h"
 #include "core/ScopedLock.h"
 #include "http/CommonCriteriaUsagePolicy.h"
@@ -11,6 +9,8 @@
 #include "http/HttpRequestOptions.h"
 #include "http/Request.h"
 #include "ip/IpFamilyPreferencePolicy.h"
+
+#include <utility>
 
 #include <curl/curl.h>
 
@@ -46,12 +46,13 @@ void HttpRequestData::readIdentity() {
     if (options->useProvidedIdentity) {
         for (const std::string& identity : options->identities) {
             if (identity.empty()) {
-                ZEB_LOG_WARNING(log::httpClient(),
-                                "Received a malformed request options! some of the provided identities are empty");
+                ZEB_LOG_WARNING(
+                    log::httpClient(),
+                    "Received a malformed request options! some of the provided identities are empty");
                 continue;
             }
-            ZEB_LOG_DEBUG(log::httpClient(),
-                          "adding custom reference identifier: '" << ZEBLogger_replacePIIData(identity) << "'");
+            ZEB_LOG_DEBUG(log::httpClient(), "adding custom reference identifier: '"
+                                                 << ZEBLogger_replacePIIData(identity) << "'");
             sslData_.referenceIdentifiers.push_back(identity);
         }
     }
@@ -146,8 +147,8 @@ bool HttpRequestData::switchUrls(HttpClientResult::Result result) {
 
 void HttpRequestData::switchToNextUrl(HttpClientResult::Result result) {
     switchUrls(result);
-    ZEB_LOG_INFO(log::httpClient(), "switching to next url: "
-                                        << ZEBLogger_replacePIIData(CurlHttpUtils::loggableUrl(getRequest())));
+    ZEB_LOG_INFO(log::httpClient(), "switching to next url: " << ZEBLogger_replacePIIData(
+                                        CurlHttpUtils::loggableUrl(getRequest())));
     if (sslData_.identifierToDisplayDefaulted) {
         ZEB_LOG_DEBUG(log::httpClient(), "resetting identifier to display");
         sslData_.resetIdentifierToDisplay();

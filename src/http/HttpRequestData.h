@@ -1,12 +1,5 @@
 #pragma once
 
-#include <cstddef>
-#include <cstdint>
-#include <deque>
-#include <memory>
-#include <string>
-#include <vector>
-
 #include "core/Export.h"
 #include "core/Mutex.h"
 #include "http/EdgeTransformer.h"
@@ -15,6 +8,13 @@
 #include "http/RequestWrapper.h"
 #include "http/Response.h"
 #include "http/SSLData.h"
+
+#include <cstddef>
+#include <cstdint>
+#include <deque>
+#include <memory>
+#include <string>
+#include <vector>
 
 struct curl_slist;
 
@@ -30,8 +30,8 @@ class EasyCURLConnection;
 class HttpClientData;
 class Request;
 
-/// Everything about one run of a request. It is the Response that the transfer writes into, and the one object
-/// that libcurl's callbacks are given. While the transfer runs it owns the client's easy handle.
+/// Everything about one run of a request. It is the Response that the transfer writes into, and the one
+/// object that libcurl's callbacks are given. While the transfer runs it owns the client's easy handle.
 ///
 /// connectionMutex_ guards the ownership of the handle, failoverMutex_ the failover URLs; all else belongs to
 /// the one thread that runs the transfer.
@@ -76,8 +76,8 @@ public:
     /// The URLs to go on with, in this order, when the one before fails. Forgets earlier failures.
     void setFailoverUrls(const std::deque<std::string>& urls);
     std::vector<FailedUrlInfo> getFailedUrlInfo() const;
-    /// Notes that the present URL failed, makes the next one the options' URL, and drops what was derived from
-    /// the former.
+    /// Notes that the present URL failed, makes the next one the options' URL, and drops what was derived
+    /// from the former.
     void switchToNextUrl(HttpClientResult::Result result);
 
     void setIpFamilyPreferencePolicy(std::shared_ptr<ip::IpFamilyPreferencePolicy> policy);

@@ -1,10 +1,5 @@
 #pragma once
 
-#include <cstdint>
-#include <memory>
-#include <string>
-#include <vector>
-
 #include "common/Cookie.h"
 #include "core/Export.h"
 #include "core/SafeBuffer.h"
@@ -13,6 +8,11 @@
 #include "http/HttpHeaders.h"
 #include "http/IdentityMatchModel.h"
 #include "http/MultiformPart.h"
+
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <vector>
 
 namespace zeb::http {
 

@@ -1,9 +1,9 @@
 #pragma once
 
-#include <memory>
-
 #include "core/Export.h"
 #include "http/HttpClientData.h"
+
+#include <memory>
 
 namespace zeb::http {
 

@@ -1,10 +1,10 @@
 #pragma once
 
-#include <memory>
-#include <string>
-
 #include "core/Export.h"
 #include "http/HttpHeaders.h"
+
+#include <memory>
+#include <string>
 
 namespace zeb::http {
 
@@ -17,7 +17,8 @@ struct MultiformPartType {
     };
 };
 
-/// One part of a multipart/form-data body (RFC 7578). A part never changes; it may be shared between requests.
+/// One part of a multipart/form-data body (RFC 7578). A part never changes; it may be shared between
+/// requests.
 class ZEBNETUTILS_EXPORT MultiformPart {
 public:
     /// `value` is a path for FROM_FILE, which is read when the request is sent, and the content itself for

@@ -1,9 +1,9 @@
 #include "http/MultiformRequest.h"
 
-#include <utility>
-
 #include "http/HttpRequestOptions.h"
 #include "http/MultiformPart.h"
+
+#include <utility>
 
 namespace zeb::http {
 
@@ -15,7 +15,8 @@ void MultiformRequest::addPart(std::shared_ptr<MultiformPart> part) {
 
 void MultiformRequest::addPartFromFile(const std::string& name, const std::string& filePath,
                                        std::shared_ptr<HttpHeaders> headers) {
-    addPart(std::make_shared<MultiformPart>(MultiformPartType::FROM_FILE, name, filePath, std::move(headers)));
+    addPart(
+        std::make_shared<MultiformPart>(MultiformPartType::FROM_FILE, name, filePath, std::move(headers)));
 }
 
 void MultiformRequest::addPartFromString(const std::string& name, const std::string& value,

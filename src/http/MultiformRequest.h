@@ -1,11 +1,11 @@
 #pragma once
 
-#include <memory>
-#include <string>
-
 #include "core/Export.h"
 #include "http/HttpHeaders.h"
 #include "http/Request.h"
+
+#include <memory>
+#include <string>
 
 namespace zeb::http {
 

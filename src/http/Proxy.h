@@ -1,10 +1,10 @@
 #pragma once
 
-#include <string>
-
 #include "core/Export.h"
 #include "core/SecureString.h"
 #include "http/ProxyType.h"
+
+#include <string>
 
 namespace zeb::http {
 

@@ -1,14 +1,14 @@
 #pragma once
 
-#include <string>
-
 #include "core/Export.h"
+
+#include <string>
 
 namespace zeb::http {
 
 /// Implemented by the host: hears that a proxy asks for credentials, and what proxy is in use. Called on
-/// transfer threads, one callback after the other, while other callbacks wait: it must not block, and must not
-/// register a callback. An answer through ProxyAuthenticationHandler may come from inside it.
+/// transfer threads, one callback after the other, while other callbacks wait: it must not block, and must
+/// not register a callback. An answer through ProxyAuthenticationHandler may come from inside it.
 class ZEBNETUTILS_EXPORT ProxyAuthenticationCallback {
 public:
     virtual ~ProxyAuthenticationCallback();

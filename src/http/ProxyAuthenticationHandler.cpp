@@ -1,11 +1,11 @@
 #include "http/ProxyAuthenticationHandler.h"
 
-#include <utility>
-
 #include "core/Log.h"
 #include "core/ScopedLock.h"
 #include "http/ProxyAuthenticationCallback.h"
 #include "qrmcoreutils/QRMCoreUtils.h"
+
+#include <utility>
 
 namespace zeb::http {
 
@@ -81,8 +81,9 @@ void ProxyAuthenticationHandler::initProxyCredential(const std::string& proxyUrl
                                                      const SecureString& password,
                                                      const std::string& authType) {
     const bool stored = storeCredential(proxyUrl, username, password, &authType);
-    ZEB_LOG_INFO(log::httpClient(), "Initial proxy credential for " << ZEBLogger_replacePIIData(proxyUrl)
-                                                                    << (stored ? " stored" : " not complete"));
+    ZEB_LOG_INFO(log::httpClient(), "Initial proxy credential for "
+                                        << ZEBLogger_replacePIIData(proxyUrl)
+                                        << (stored ? " stored" : " not complete"));
 }
 
 void ProxyAuthenticationHandler::setProxyCredential(const std::string& proxyUrl, const std::string& username,

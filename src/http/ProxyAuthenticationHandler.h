@@ -1,14 +1,14 @@
 #pragma once
 
+#include "core/Export.h"
+#include "core/Mutex.h"
+#include "core/SecureString.h"
+
 #include <functional>
 #include <memory>
 #include <set>
 #include <string>
 #include <vector>
-
-#include "core/Export.h"
-#include "core/Mutex.h"
-#include "core/SecureString.h"
 
 namespace zeb::http {
 
@@ -56,8 +56,8 @@ public:
 private:
     ProxyAuthenticationHandler();
 
-    bool storeCredential(const std::string& proxyUrl, const std::string& username, const SecureString& password,
-                         const std::string* authType);
+    bool storeCredential(const std::string& proxyUrl, const std::string& username,
+                         const SecureString& password, const std::string* authType);
     void executeHttpFunctions(bool retry);
     void notifyOnProxyAuthenticationRequired(const std::string& proxyUrl);
     void notifyOnProxyInfoUpdated(bool useProxy, const std::string& authType);

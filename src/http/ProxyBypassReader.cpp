@@ -1,10 +1,10 @@
 #include "http/ProxyBypassReader.h"
 
-#include <regex>
-
 #include "common/StringUtils.h"
 #include "core/Log.h"
 #include "core/StringExtension.h"
+
+#include <regex>
 
 namespace zeb::http {
 

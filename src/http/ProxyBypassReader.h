@@ -1,9 +1,9 @@
 #pragma once
 
+#include "core/Export.h"
+
 #include <string>
 #include <vector>
-
-#include "core/Export.h"
 
 namespace zeb::http {
 
@@ -15,7 +15,8 @@ public:
     virtual ~ProxyBypassReader();
 
     /// False when a token matches the host name: as the end of it behind a "." ("example.com" matches
-    /// "a.example.com", not "example.com"), or as a pattern with "*" for the whole of it. Case does not matter.
+    /// "a.example.com", not "example.com"), or as a pattern with "*" for the whole of it. Case does not
+    /// matter.
     virtual bool isProxyRequired(const std::string& hostname);
     virtual std::vector<std::string> getBypassListTokens();
     /// Splits the list anew.

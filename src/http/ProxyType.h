@@ -1,8 +1,8 @@
 #pragma once
 
-#include <ostream>
-
 #include "core/Export.h"
+
+#include <ostream>
 
 namespace zeb::http {
 

@@ -1,10 +1,5 @@
 #include "http/Request.h"
 
-#include <algorithm>
-#include <array>
-#include <sstream>
-#include <utility>
-
 #include "core/Log.h"
 #include "core/SecureStringReader.h"
 #include "http/HttpRequestOptions.h"
@@ -12,6 +7,11 @@
 #include "http/ProxyAuthenticationHandler.h"
 #include "http/SystemProxyResolver.h"
 #include "qrmcoreutils/QRMCoreUtils.h"
+
+#include <algorithm>
+#include <array>
+#include <sstream>
+#include <utility>
 
 namespace zeb::http {
 

@@ -1,10 +1,10 @@
 #pragma once
 
+#include "core/Export.h"
+
 #include <atomic>
 #include <memory>
 #include <string>
-
-#include "core/Export.h"
 
 namespace zeb::http {
 
@@ -43,8 +43,8 @@ public:
     void useSystemProxy(bool use) { useSystemProxy_ = use; }
     bool getIsUseSystemProxy() const { return useSystemProxy_; }
 
-    /// True (the initial value): when a proxy asks for credentials the request is answered only after the host
-    /// has answered. False: it is answered at once, and run again when credentials come.
+    /// True (the initial value): when a proxy asks for credentials the request is answered only after the
+    /// host has answered. False: it is answered at once, and run again when credentials come.
     void waitUntilProxyCredentialReady(bool wait) { waitUntilProxyCredentialReady_ = wait; }
     bool shouldWaitUntilProxyCredentialReady() const { return waitUntilProxyCredentialReady_; }
 

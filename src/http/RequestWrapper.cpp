@@ -1,12 +1,12 @@
 #include "http/RequestWrapper.h"
 
-#include <utility>
-
 #include "core/Log.h"
 #include "core/SecureStringUtils.h"
 #include "http/CurlHttpUtils.h"
 #include "http/HttpRequestOptions.h"
 #include "http/Request.h"
+
+#include <utility>
 
 namespace zeb::http {
 
@@ -37,8 +37,8 @@ RequestWrapper::~RequestWrapper() {
     SecureStringUtils::ZEBZeroString(bodyCopy);
     for (std::FILE** file : {&writeFile, &readFile}) {
         if (*file != nullptr) {
-            ZEB_LOG_DEBUG(log::httpClient(), "Closing the file " << CurlHttpUtils::loggableFilePath(*this)
-                                                                 << "...");
+            ZEB_LOG_DEBUG(log::httpClient(),
+                          "Closing the file " << CurlHttpUtils::loggableFilePath(*this) << "...");
             CurlHttpUtils::closeFile(file);
         }
     }

@@ -1,13 +1,13 @@
 #pragma once
 
+#include "core/Export.h"
+#include "core/SafeBuffer.h"
+#include "http/HTTPFileOperation.h"
+
 #include <cstdio>
 #include <memory>
 #include <string>
 #include <vector>
-
-#include "core/Export.h"
-#include "core/SafeBuffer.h"
-#include "http/HTTPFileOperation.h"
 
 struct curl_httppost;
 
@@ -29,8 +29,8 @@ struct ZEBNETUTILS_EXPORT RequestWrapper {
     RequestWrapper& operator=(const RequestWrapper&) = delete;
 
     const std::shared_ptr<Request> request;
-    /// The options' URL as it was at construction: before the edge transformation and any failover. Empty, with
-    /// an error in the log, when the request or its options are null.
+    /// The options' URL as it was at construction: before the edge transformation and any failover. Empty,
+    /// with an error in the log, when the request or its options are null.
     const std::string url;
     double lastReportedProgress;
     HTTPFileOperation::Method fileOperation;

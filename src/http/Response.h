@@ -1,13 +1,13 @@
 #pragma once
 
-#include <memory>
-#include <string>
-#include <vector>
-
 #include "common/Cookie.h"
 #include "core/Export.h"
 #include "http/HttpHeaders.h"
 #include "ip/IpAddress.h"
+
+#include <memory>
+#include <string>
+#include <vector>
 
 namespace zeb::http {
 

@@ -1,11 +1,11 @@
 #pragma once
 
+#include "core/Export.h"
+#include "http/IdentityMatchModel.h"
+
 #include <memory>
 #include <string>
 #include <vector>
-
-#include "core/Export.h"
-#include "http/IdentityMatchModel.h"
 
 namespace zeb::http {
 

@@ -42,10 +42,9 @@ int SslUtils::verifyCb(x509_store_ctx_st* storeCtx, void* sslData) {
         ZEB_LOG_ERROR(log::httpClient(), "No Certificate Verifier set, rejecting the certificate");
     } else {
         accepted = matchIdentity(*data, storeCtx);
-        ZEB_LOG_INFO(log::httpClient(),
-                     (accepted ? "Certificate Verified by application using "
-                               : "Certificate NOT Verified by application using ")
-                         << data->identityMatchModel << " identity matching model.");
+        ZEB_LOG_INFO(log::httpClient(), (accepted ? "Certificate Verified by application using "
+                                                  : "Certificate NOT Verified by application using ")
+                                            << data->identityMatchModel << " identity matching model.");
     }
     if (storeCtx != nullptr) {
         leaveVerdict(storeCtx, accepted);

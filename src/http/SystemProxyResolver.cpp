@@ -1,12 +1,12 @@
 #include "http/SystemProxyResolver.h"
 
-#include <utility>
-
 #include "core/Log.h"
 #include "core/ScopedLock.h"
 #include "http/HttpProxyConfigurationReader.h"
 #include "http/Proxy.h"
 #include "http/SystemProxyUsagePolicy.h"
+
+#include <utility>
 
 namespace zeb::http {
 

@@ -1,11 +1,11 @@
 #pragma once
 
-#include <memory>
-#include <string>
-
 #include "common/PolicyDriven.h"
 #include "core/Export.h"
 #include "core/Mutex.h"
+
+#include <memory>
+#include <string>
 
 namespace zeb::http {
 

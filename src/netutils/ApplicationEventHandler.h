@@ -1,9 +1,9 @@
 #pragma once
 
+#include "core/Export.h"
+
 #include <atomic>
 #include <memory>
-
-#include "core/Export.h"
 
 namespace zeb::netutils {
 

@@ -1,13 +1,13 @@
 #include "netutils/GlobalEdgeStateController.h"
 
-#include <stdexcept>
-#include <utility>
-
 #include "core/Event.h"
 #include "core/Log.h"
 #include "core/Mutex.h"
 #include "core/ScopedLock.h"
 #include "edge/GlobalEdgeState.h"
+
+#include <stdexcept>
+#include <utility>
 
 namespace zeb::netutils {
 

@@ -1,8 +1,8 @@
 #pragma once
 
-#include <memory>
-
 #include "core/Export.h"
+
+#include <memory>
 
 namespace zeb::edge {
 class GlobalEdgeState;
@@ -14,8 +14,8 @@ namespace zeb::netutils {
 /// not initialised. Any thread may call.
 class ZEBNETUTILS_EXPORT GlobalEdgeStateController {
 public:
-    /// The process's one state. If the layer hasn't been started it waits up to a second for a start on another
-    /// thread, then throws std::logic_error: the one operation of the library that throws.
+    /// The process's one state. If the layer hasn't been started it waits up to a second for a start on
+    /// another thread, then throws std::logic_error: the one operation of the library that throws.
     static std::shared_ptr<edge::GlobalEdgeState> getGlobalEdgeState();
     static bool isInitialized();
 

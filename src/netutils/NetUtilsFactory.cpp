@@ -1,10 +1,10 @@
 #include "netutils/NetUtilsFactory.h"
 
-#include <utility>
-
 #include "core/ThreadPool.h"
 #include "http/BasicHttpClientImpl.h"
 #include "version/Version.h"
+
+#include <utility>
 
 namespace zeb::netutils {
 
@@ -43,8 +43,8 @@ std::shared_ptr<http::BasicHttpClient> NetUtilsFactory::createBasicHttpClient(
 
 std::shared_ptr<http::BasicHttpClient> NetUtilsFactory::createBasicHttpClient(
     std::shared_ptr<cert::CertVerifier> /*certVerifier*/, std::shared_ptr<ThreadPool> threadPool) {
-    // This build has neither a certificate verifier nor an edge layer nor network events: a cert::CertVerifier
-    // can't exist yet, so the client gets none and refuses every certificate.
+    // This build has neither a certificate verifier nor an edge layer nor network events: a
+    // cert::CertVerifier can't exist yet, so the client gets none and refuses every certificate.
     return http::BasicHttpClientImpl::buildBasicHttpClientImpl(nullptr, nullptr, std::move(threadPool),
                                                                nullptr);
 }

@@ -1,8 +1,8 @@
 #pragma once
 
-#include <memory>
-
 #include "core/Export.h"
+
+#include <memory>
 
 namespace zeb {
 class ThreadPool;
