@@ -97,7 +97,7 @@ public:
 
 private:
     void readIdentity();
-    bool switchUrls(HttpClientResult::Result result);
+    void switchUrls(HttpClientResult::Result result);
     void* easyHandle() const;
 
     Mutex runMutex_;
