@@ -444,6 +444,9 @@ void BasicHttpClientImpl::AsyncTask::execute() {
     ZEB_LOG_DEBUG(log::httpClient(),
                   "Edge policy enforced successfully with transformed Url:" << hiddenUrl(*requestData_));
     const HttpClientResult::Result result = executeImpl(clientData_, requestData_);
+    // Let go before the host hears of the end: from then on it may destroy the client and end libcurl, and
+    // the easy handle must not be closed by this thread after that.
+    clientData_.reset();
     if (request == nullptr || request->getListener() == nullptr) {
         SecureStringUtils::ZEBZeroString(requestData_->body);
         ZEB_LOG_WARNING(log::httpClient(), NO_LISTENER << " Result was " << result);

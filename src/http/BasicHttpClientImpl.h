@@ -92,7 +92,7 @@ private:
     void complete();
     void fail(HttpClientResult::Result result);
 
-    const std::shared_ptr<HttpClientData> clientData_;
+    std::shared_ptr<HttpClientData> clientData_;  ///< null once the transfer has ended
     const std::shared_ptr<HttpRequestData> requestData_;
     bool executed_ = false;
 };

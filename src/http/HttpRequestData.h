@@ -29,6 +29,7 @@ class CommonCriteriaUsagePolicy;
 class EasyCURLConnection;
 class HttpClientData;
 class Request;
+struct HttpRequestOptions;
 
 /// Everything about one run of a request. It is the Response that the transfer writes into, and the one
 /// object that libcurl's callbacks are given. While the transfer runs it owns the client's easy handle.
@@ -96,7 +97,7 @@ public:
     void setConnectToList(curl_slist* list);
 
 private:
-    void readIdentity();
+    void readIdentity(const HttpRequestOptions& options);
     bool switchUrls(HttpClientResult::Result result);
     void* easyHandle() const;
 
