@@ -312,6 +312,35 @@ TEST_F(LibCurlMemoryManagerTest, AReallocThatAnswersAKnownAddressIsLoggedAndTheO
     EXPECT_EQ(60, inUse());
 }
 
+TEST_F(LibCurlMemoryManagerTest, ABlockThatTheMapHasNoRoomForIsWipedAndFreedAndCountsAsAFailure) {
+    // First use up the nodes that the map keeps for reuse: with one more block than there ever were, it needs
+    // memory of its own.
+    std::vector<void*> blocks;
+    blocks.reserve(100000);
+    RawAllocator::failNextNew();
+    while (void* const block = libcurl_malloc_callback(1)) {
+        blocks.push_back(block);
+    }
+    EXPECT_TRUE(RawAllocator::newFailed());
+    expectError("malloc returned NULL for size:1");
+    EXPECT_EQ(static_cast<std::int64_t>(blocks.size()), inUse());
+
+    RawAllocator::answerNext({block_.address()});
+    RawAllocator::failNextNew();
+    EXPECT_EQ(nullptr, libcurl_strdup_callback("secret"));
+    expectError("strdup returned NULL for const char*:");
+    EXPECT_TRUE(block_.holds(0, 0, 7)) << "the copy may be a password";
+    EXPECT_EQ(1, block_.timesFreed());
+
+    RawAllocator::failNextNew();
+    EXPECT_EQ(nullptr, libcurl_calloc_callback(2, 3));
+    expectError("calloc returned NULL for nmemb:2 size:3");
+    EXPECT_EQ(static_cast<std::int64_t>(blocks.size()), inUse());
+    for (void* block : blocks) {
+        libcurl_free_callback(block);
+    }
+}
+
 TEST_F(LibCurlMemoryManagerTest, ManyThreadsMayAllocateAndFreeEachOthersBlocks) {
     constexpr int THREADS = 4;
     constexpr std::size_t ROUNDS = 3000;

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <new>
 
 namespace zeb::netutils::test {
 
@@ -18,6 +19,7 @@ struct Answers {
 
 thread_local Answers answers{};
 thread_local Block* blocks[CAPACITY]{};
+thread_local bool newFails = false;
 
 }  // namespace
 
@@ -47,6 +49,14 @@ void RawAllocator::answerNext(std::initializer_list<void*> list) {
 
 bool RawAllocator::answered() {
     return answers.given == answers.count;
+}
+
+void RawAllocator::failNextNew() {
+    newFails = true;
+}
+
+bool RawAllocator::newFailed() {
+    return !newFails;
 }
 
 bool RawAllocator::takeAnswer(void*& answer) {
@@ -81,6 +91,7 @@ void* __real_malloc(std::size_t size);
 void* __real_calloc(std::size_t nmemb, std::size_t size);
 char* __real_strdup(const char* text);
 void __real_free(void* pointer);
+void* __real__Znwm(std::size_t size);
 
 void* __wrap_malloc(std::size_t size) {
     void* answer = nullptr;
@@ -107,6 +118,14 @@ void __wrap_free(void* pointer) {
     if (!RawAllocator::freed(pointer)) {
         __real_free(pointer);
     }
+}
+
+void* __wrap__Znwm(std::size_t size) {
+    if (newFails) {
+        newFails = false;
+        throw std::bad_alloc();
+    }
+    return __real__Znwm(size);
 }
 
 }  // extern "C"

@@ -4,8 +4,8 @@
 #include <initializer_list>
 #include <vector>
 
-/// Stands between the library and the C library's allocator: the linker sends malloc, calloc, strdup and free
-/// here first (--wrap). What a test doesn't ask for goes through unchanged.
+/// Stands between the library and the allocator: the linker sends malloc, calloc, strdup, free and operator
+/// new here first (--wrap). What a test doesn't ask for goes through unchanged.
 namespace zeb::netutils::test {
 
 /// A block from which a test lets the allocator answer. It stays readable after it has been freed.
@@ -39,6 +39,10 @@ public:
     static void answerNext(std::initializer_list<void*> answers);
     /// True when all those answers have been given.
     static bool answered();
+
+    /// Lets the next operator new on this thread throw; tells whether it has yet.
+    static void failNextNew();
+    static bool newFailed();
 
     /// For the wrappers. The first takes the next answer, if there is one; the second is true for a Block.
     static bool takeAnswer(void*& answer);
