@@ -130,9 +130,8 @@ int main(int argc, char** argv) {
     if (arguments == nullptr) {
         return exitStatus;
     }
-    if (arguments->verbose) {
-        LogController::getInstance()->setLevel(ZEBLOG_DEBUG);
-    }
+    // What went wrong is told by the result; the log is for those who ask for it.
+    LogController::getInstance()->setLevel(arguments->verbose ? ZEBLOG_INFO : 0);
     if (zeb::netutils::GlobalInit() != 0) {
         std::cerr << "zebget: the library could not be started\n";
         return EXIT_FAILURE;
