@@ -1,7 +1,7 @@
 // The smallest host: compiled and linked against the installed library alone.
-#include <iostream>
-
 #include "zeblogger/ZEBLogger.h"
+
+#include <iostream>
 
 int main() {
     std::string line;
