@@ -41,6 +41,7 @@ if(ZEBNETUTILS_FUZZ)
     # Coverage for the library as well as for the targets; the fuzzer's main comes with the targets.
     target_compile_options(zeb_options INTERFACE -fsanitize=fuzzer-no-link,address,undefined
                            -fno-sanitize-recover=undefined)
-    target_link_options(zeb_options INTERFACE -fsanitize=address,undefined)
+    # clang leaves the sanitizers' symbols of a shared library to the executable: the last of -z defs and undefs wins.
+    target_link_options(zeb_options INTERFACE -fsanitize=address,undefined -Wl,-z,undefs)
     target_compile_definitions(zeb_options INTERFACE ZEB_SANITIZED)
 endif()

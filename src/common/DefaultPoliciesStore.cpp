@@ -1,12 +1,12 @@
 #include "common/DefaultPoliciesStore.h"
 
-#include <utility>
-#include <vector>
-
 #include "common/PolicySet.h"
 #include "core/Log.h"
 #include "core/Mutex.h"
 #include "core/ScopedLock.h"
+
+#include <utility>
+#include <vector>
 
 namespace zeb::common {
 
@@ -63,8 +63,7 @@ void DefaultPoliciesStore::setPolicy(std::shared_ptr<Policy> policy) {
         return;
     }
     policySet().addPolicy(policy);
-    ZEB_LOG_DEBUG(log::common(),
-                  "Policy set : " << policy->getNature() << '[' << policy->getName() << ']');
+    ZEB_LOG_DEBUG(log::common(), "Policy set : " << policy->getNature() << '[' << policy->getName() << ']');
     notifyObservers();
 }
 

@@ -1,12 +1,12 @@
 #pragma once
 
-#include <cstddef>
-#include <memory>
-#include <set>
-
 #include "common/DefaultPoliciesStoreObserver.h"
 #include "common/Policy.h"
 #include "core/Export.h"
+
+#include <cstddef>
+#include <memory>
+#include <set>
 
 namespace zeb::common {
 

@@ -1,10 +1,10 @@
 #pragma once
 
+#include "core/Export.h"
+
 #include <iosfwd>
 #include <memory>
 #include <string>
-
-#include "core/Export.h"
 
 namespace zeb::common {
 

@@ -1,9 +1,9 @@
 #include "common/PolicyDriven.h"
 
-#include <utility>
-
 #include "common/DefaultPoliciesStore.h"
 #include "core/Log.h"
+
+#include <utility>
 
 namespace zeb::common {
 

@@ -1,9 +1,9 @@
 #pragma once
 
+#include "common/DefaultPoliciesStoreObserver.h"
+
 #include <memory>
 #include <set>
-
-#include "common/DefaultPoliciesStoreObserver.h"
 // Not needed to compile: its constants must be ready before the first static PolicyDriven is constructed.
 #include "common/FailureManagementPolicy.h"
 #include "common/PolicySet.h"

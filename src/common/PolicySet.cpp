@@ -1,12 +1,12 @@
 #include "common/PolicySet.h"
 
-#include <functional>
-#include <sstream>
-#include <utility>
-
 #include "common/InputIndependentPolicy.h"
 #include "core/Log.h"
 #include "core/ScopedLock.h"
+
+#include <functional>
+#include <sstream>
+#include <utility>
 
 namespace zeb::common {
 

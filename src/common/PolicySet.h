@@ -1,13 +1,13 @@
 #pragma once
 
+#include "common/Policy.h"
+#include "core/Export.h"
+#include "core/Mutex.h"
+
 #include <map>
 #include <memory>
 #include <set>
 #include <string>
-
-#include "common/Policy.h"
-#include "core/Export.h"
-#include "core/Mutex.h"
 
 namespace zeb::common {
 

@@ -4,8 +4,6 @@
 #include <condition_variable>
 #include <mutex>
 
-#include "zeblogger/ZEBLogger.h"
-
 namespace zeb::test {
 
 struct LogCapture::State {
@@ -77,9 +75,8 @@ bool LogCapture::contains(const std::string& text) const {
 
 bool LogCapture::contains(int level, const std::string& text) const {
     const std::lock_guard<std::mutex> lock(state_->mutex);
-    return state_->countLocked([&, has = having(text)](const Line& line) {
-        return line.level == level && has(line);
-    }) != 0;
+    return state_->countLocked(
+               [&, has = having(text)](const Line& line) { return line.level == level && has(line); }) != 0;
 }
 
 std::size_t LogCapture::count(const std::string& text) const {

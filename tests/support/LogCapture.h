@@ -1,5 +1,7 @@
 #pragma once
 
+#include "zeblogger/ZEBLogger.h"
+
 #include <chrono>
 #include <cstddef>
 #include <memory>

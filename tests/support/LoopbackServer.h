@@ -52,8 +52,8 @@ public:
         std::string target;
         std::string version;
         std::vector<std::pair<std::string, std::string>> headers;  ///< in the order of the wire
-        std::string body;  ///< without the chunked coding
-        std::string raw;   ///< as it came over the wire
+        std::string body;                                          ///< without the chunked coding
+        std::string raw;                                           ///< as it came over the wire
 
         /// The value of the first header of that name, in whatever case; "" when there is none.
         std::string header(const std::string& name) const;
@@ -98,7 +98,8 @@ public:
     /// What it throws ends the connection.
     using Handler = std::function<Reply(const Request&)>;
     /// Called when the head of a request is there and its body not yet read. An answer takes the place of the
-    /// handler's: the body is neither asked for (100 Continue) nor read, and the connection ends behind it.
+    /// handler's: the body isn't asked for (100 Continue), the request doesn't count as one, and the
+    /// connection ends behind the answer. What the client sends on is recorded and dropped until it closes.
     using HeadHandler = std::function<std::optional<Reply>(const Request&)>;
 
     struct Options {

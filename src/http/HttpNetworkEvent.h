@@ -1,0 +1,49 @@
+#pragma once
+
+#include "core/Export.h"
+#include "http/HttpClientResult.h"
+
+#include <memory>
+#include <string>
+
+namespace zeb::common {
+class Policy;
+}
+
+namespace zeb::http {
+
+class EdgeTransformer;
+class HttpNetworkEventReporter;
+class HttpRequestData;
+
+/// Turns the outcome of a transfer into hints and events for the rest of the system. Without state of its
+/// own: copies are cheap, any thread may call. Without a reporter it tells nobody; without a transformer no
+/// request counts as one for the edge.
+class ZEBNETUTILS_EXPORT HttpNetworkEvent {
+public:
+    HttpNetworkEvent(std::shared_ptr<HttpNetworkEventReporter> reporter,
+                     std::shared_ptr<EdgeTransformer> edgeTransformer);
+
+    /// The entry point: after each transfer. `edgePolicy` may be null.
+    void notifyNetworkEventReporter(HttpClientResult::Result result, const HttpRequestData& requestData,
+                                    const std::shared_ptr<common::Policy>& edgePolicy) const;
+
+private:
+    void notifyHttpEvents(HttpClientResult::Result result) const;
+    bool isEdgeRequest(const HttpRequestData& requestData) const;
+    void notifyEdgeInfrastructureEvent(const std::string& eventName, const std::string& url) const;
+    void notifyConnectionFailureEdgeEvents(HttpClientResult::Result result, const std::string& url,
+                                           const std::string& prefix) const;
+    void notifyHttpErrorEdgeEvents(HttpClientResult::Result result, const HttpRequestData& requestData,
+                                   const std::shared_ptr<common::Policy>& edgePolicy) const;
+    void notifySuccessfulFailoverEdgeEvents(HttpClientResult::Result result,
+                                            const HttpRequestData& requestData) const;
+    bool isFailedOverEdgeRequest(const HttpRequestData& requestData) const;
+    bool isOauthExpiredResponse(const HttpRequestData& requestData,
+                                const std::shared_ptr<common::Policy>& edgePolicy) const;
+
+    std::shared_ptr<HttpNetworkEventReporter> reporter_;
+    std::shared_ptr<EdgeTransformer> edgeTransformer_;
+};
+
+}  // namespace zeb::http

@@ -1,0 +1,581 @@
+#include "support/LoopbackServer.h"
+
+#include <algorithm>
+#include <arpa/inet.h>
+#include <array>
+#include <atomic>
+#include <cerrno>
+#include <cstring>
+#include <list>
+#include <netinet/in.h>
+#include <poll.h>
+#include <sstream>
+#include <string_view>
+#include <strings.h>
+#include <sys/eventfd.h>
+#include <sys/socket.h>
+#include <system_error>
+#include <thread>
+#include <unistd.h>
+
+namespace zeb::test {
+
+namespace {
+
+/// A file descriptor of our own.
+class Descriptor {
+public:
+    explicit Descriptor(int descriptor = -1) : descriptor_(descriptor) {}
+    Descriptor(Descriptor&& other) noexcept : descriptor_(std::exchange(other.descriptor_, -1)) {}
+    Descriptor& operator=(Descriptor&& other) noexcept {
+        std::swap(descriptor_, other.descriptor_);
+        return *this;
+    }
+    ~Descriptor() {
+        if (descriptor_ >= 0) {
+            ::close(descriptor_);
+        }
+    }
+    int get() const { return descriptor_; }
+    int release() { return std::exchange(descriptor_, -1); }
+    explicit operator bool() const { return descriptor_ >= 0; }
+
+private:
+    int descriptor_;
+};
+
+[[noreturn]] void fail(const char* what) {
+    throw std::system_error(errno, std::generic_category(), what);
+}
+
+bool bindTo(int descriptor, int family, std::uint16_t port) {
+    if (family == AF_INET) {
+        sockaddr_in address{};
+        address.sin_family = AF_INET;
+        address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+        address.sin_port = htons(port);
+        return ::bind(descriptor, reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0;
+    }
+    sockaddr_in6 address{};
+    address.sin6_family = AF_INET6;
+    address.sin6_addr = in6addr_loopback;
+    address.sin6_port = htons(port);
+    const int on = 1;
+    ::setsockopt(descriptor, IPPROTO_IPV6, IPV6_V6ONLY, &on, sizeof on);
+    return ::bind(descriptor, reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0;
+}
+
+Descriptor boundSocket(int family, std::uint16_t port) {
+    Descriptor descriptor(::socket(family, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
+    if (!descriptor || !bindTo(descriptor.get(), family, port)) {
+        return Descriptor();
+    }
+    return descriptor;
+}
+
+std::uint16_t portOf(int descriptor) {
+    sockaddr_in address{};
+    socklen_t length = sizeof address;
+    if (::getsockname(descriptor, reinterpret_cast<sockaddr*>(&address), &length) != 0) {
+        fail("getsockname");
+    }
+    return ntohs(address.sin_port);
+}
+
+bool sameName(const std::string& left, const std::string& right) {
+    return ::strcasecmp(left.c_str(), right.c_str()) == 0;
+}
+
+std::string trimmed(const std::string& text) {
+    const auto first = text.find_first_not_of(" \t");
+    return first == std::string::npos ? "" : text.substr(first, text.find_last_not_of(" \t") - first + 1);
+}
+
+/// The end of a connection: of the peer's making, of the server's, or because of malformed bytes.
+struct ConnectionEnded {};
+
+}  // namespace
+
+void LoopbackServer::Gate::open() {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    open_ = true;
+    changed_.notify_all();
+}
+
+void LoopbackServer::Gate::wait() {
+    std::unique_lock<std::mutex> lock(mutex_);
+    reached_ = true;
+    changed_.notify_all();
+    changed_.wait(lock, [this] { return open_; });
+}
+
+bool LoopbackServer::Gate::waitUntilReached(std::chrono::milliseconds timeout) {
+    std::unique_lock<std::mutex> lock(mutex_);
+    return changed_.wait_for(lock, timeout, [this] { return reached_; });
+}
+
+std::string LoopbackServer::Request::header(const std::string& name) const {
+    const auto found = std::find_if(headers.begin(), headers.end(),
+                                    [&name](const auto& header) { return sameName(header.first, name); });
+    return found == headers.end() ? "" : found->second;
+}
+
+bool LoopbackServer::Request::hasHeader(const std::string& name) const {
+    return countHeaders(name) != 0;
+}
+
+std::size_t LoopbackServer::Request::countHeaders(const std::string& name) const {
+    return static_cast<std::size_t>(
+        std::count_if(headers.begin(), headers.end(),
+                      [&name](const auto& header) { return sameName(header.first, name); }));
+}
+
+LoopbackServer::Reply LoopbackServer::Reply::bytes(std::string raw) {
+    return std::move(Reply().thenBytes(std::move(raw)));
+}
+
+LoopbackServer::Reply LoopbackServer::Reply::response(int status, const std::string& body,
+                                                      const Headers& headers) {
+    std::ostringstream raw;
+    raw << "HTTP/1.1 " << status << " Scripted\r\n";
+    for (const auto& [name, value] : headers) {
+        raw << name << ": " << value << "\r\n";
+    }
+    raw << "Content-Length: " << body.size() << "\r\n\r\n" << body;
+    return bytes(raw.str());
+}
+
+LoopbackServer::Reply LoopbackServer::Reply::close() {
+    return std::move(Reply().thenClose());
+}
+
+LoopbackServer::Reply LoopbackServer::Reply::silence() {
+    Reply reply;
+    reply.end_ = End::SILENCE;
+    return reply;
+}
+
+LoopbackServer::Reply& LoopbackServer::Reply::thenBytes(std::string raw) {
+    pieces_.emplace_back(std::move(raw));
+    return *this;
+}
+
+LoopbackServer::Reply& LoopbackServer::Reply::thenWaitFor(std::shared_ptr<Gate> gate) {
+    pieces_.emplace_back(std::move(gate));
+    return *this;
+}
+
+LoopbackServer::Reply& LoopbackServer::Reply::thenClose() {
+    end_ = End::CLOSE;
+    return *this;
+}
+
+LoopbackServer::Reply& LoopbackServer::Reply::thenReset() {
+    end_ = End::RESET;
+    return *this;
+}
+
+LoopbackServer::Reply& LoopbackServer::Reply::closeAfter(std::size_t count) {
+    limit_ = count;
+    return thenClose();
+}
+
+struct LoopbackServer::State {
+    State(Handler requestHandler, Options serverOptions)
+        : handler(std::move(requestHandler)), options(std::move(serverOptions)) {}
+
+    const Handler handler;
+    const Options options;
+    std::vector<Descriptor> listeners;
+    Descriptor wakeUp;  ///< readable once the server stops
+    std::uint16_t port = 0;
+    std::thread acceptor;
+
+    mutable std::mutex mutex;  ///< guards what follows, and every connection's fields that say so
+    mutable std::condition_variable changed;
+    bool stopping = false;
+    std::list<Connection> connections;
+    std::vector<Request> requests;
+    std::size_t ended = 0;
+
+    void listen();
+
+    template <typename Predicate>
+    bool waitFor(std::chrono::milliseconds timeout, Predicate predicate) const {
+        std::unique_lock<std::mutex> lock(mutex);
+        return changed.wait_for(lock, timeout, predicate);
+    }
+};
+
+/// One accepted connection. Its thread alone reads and writes the socket; the server's end shuts it down.
+struct LoopbackServer::Connection {
+    Connection(State& serverState, std::size_t connectionNumber, Descriptor connected)
+        : state(serverState), number(connectionNumber), socket(std::move(connected)) {}
+
+    State& state;
+    const std::size_t number;
+    Descriptor socket;           ///< closed under the state's mutex
+    std::shared_ptr<Gate> gate;  ///< the gate that the reply waits at; under the state's mutex
+    std::string received;        ///< every byte; written under the state's mutex
+    std::thread thread;
+    std::string unread;     ///< received and not yet taken
+    std::string rawOfNext;  ///< taken for the request that is being read
+
+    void receiveMore();
+    std::string take(std::size_t count);
+    std::string takeLine();
+    Request readHead();
+    void readBody(Request& request);
+    std::string readChunks();
+    void send(std::string_view bytes);
+    void waitAt(const std::shared_ptr<Gate>& atGate);
+    void play(const Reply& reply);
+    [[noreturn]] void playEarly(const Reply& reply);
+    void endAs(Reply::End end);
+    void finish();
+};
+
+void LoopbackServer::Connection::receiveMore() {
+    std::array<char, 16384> block{};
+    const std::size_t limit = state.options.closeAfterReceiving.value_or(std::string::npos);
+    const std::size_t room = std::min(block.size(), limit - received.size());
+    const ssize_t count = room == 0 ? 0 : ::recv(socket.get(), block.data(), room, 0);
+    if (count <= 0) {
+        throw ConnectionEnded();
+    }
+    const auto size = static_cast<std::size_t>(count);
+    unread.append(block.data(), size);
+    const std::lock_guard<std::mutex> lock(state.mutex);
+    received.append(block.data(), size);
+    state.changed.notify_all();
+}
+
+std::string LoopbackServer::Connection::take(std::size_t count) {
+    while (unread.size() < count) {
+        receiveMore();
+    }
+    std::string taken = unread.substr(0, count);
+    unread.erase(0, count);
+    rawOfNext += taken;
+    return taken;
+}
+
+/// A line without its line break.
+std::string LoopbackServer::Connection::takeLine() {
+    std::size_t searched = 0;
+    std::size_t end = std::string::npos;
+    while ((end = unread.find("\r\n", searched)) == std::string::npos) {
+        searched = unread.empty() ? 0 : unread.size() - 1;
+        receiveMore();
+    }
+    std::string line = take(end + 2);
+    line.resize(end);
+    return line;
+}
+
+LoopbackServer::Request LoopbackServer::Connection::readHead() {
+    Request request;
+    request.connection = number;
+    rawOfNext.clear();
+    std::istringstream first(takeLine());
+    if (!(first >> request.method >> request.target >> request.version)) {
+        throw ConnectionEnded();
+    }
+    for (std::string line = takeLine(); !line.empty(); line = takeLine()) {
+        const auto colon = line.find(':');
+        if (colon == std::string::npos) {
+            throw ConnectionEnded();
+        }
+        request.headers.emplace_back(line.substr(0, colon), trimmed(line.substr(colon + 1)));
+    }
+    request.raw = rawOfNext;
+    return request;
+}
+
+void LoopbackServer::Connection::readBody(Request& request) {
+    if (sameName(request.header("Expect"), "100-continue")) {
+        send("HTTP/1.1 100 Continue\r\n\r\n");
+    }
+    if (sameName(request.header("Transfer-Encoding"), "chunked")) {
+        request.body = readChunks();
+    } else if (request.hasHeader("Content-Length")) {
+        request.body = take(std::stoul(request.header("Content-Length")));
+    }
+    request.raw = rawOfNext;
+}
+
+std::string LoopbackServer::Connection::readChunks() {
+    std::string body;
+    while (const std::size_t size = std::stoul(takeLine(), nullptr, 16)) {
+        body += take(size);
+        takeLine();
+    }
+    while (!takeLine().empty()) {
+        // trailers are part of the raw request only
+    }
+    return body;
+}
+
+void LoopbackServer::Connection::send(std::string_view bytes) {
+    while (!bytes.empty()) {
+        const ssize_t count = ::send(socket.get(), bytes.data(), bytes.size(), MSG_NOSIGNAL);
+        if (count < 0) {
+            throw ConnectionEnded();
+        }
+        bytes.remove_prefix(static_cast<std::size_t>(count));
+    }
+}
+
+void LoopbackServer::Connection::waitAt(const std::shared_ptr<Gate>& atGate) {
+    {
+        const std::lock_guard<std::mutex> lock(state.mutex);
+        if (state.stopping) {
+            throw ConnectionEnded();
+        }
+        gate = atGate;
+    }
+    atGate->wait();
+    const std::lock_guard<std::mutex> lock(state.mutex);
+    gate.reset();
+}
+
+void LoopbackServer::Connection::play(const Reply& reply) {
+    std::size_t left = reply.limit_.value_or(std::string::npos);
+    for (const auto& piece : reply.pieces_) {
+        if (left == 0) {
+            break;
+        }
+        if (const auto* const atGate = std::get_if<std::shared_ptr<Gate>>(&piece)) {
+            waitAt(*atGate);
+            continue;
+        }
+        const std::string_view bytes = std::string_view(std::get<std::string>(piece)).substr(0, left);
+        send(bytes);
+        left -= bytes.size();
+    }
+    endAs(reply.end_);
+}
+
+void LoopbackServer::Connection::playEarly(const Reply& reply) {
+    play(reply);
+    // To close with bytes unread would reset the connection, and the client might lose the answer.
+    ::shutdown(socket.get(), SHUT_WR);
+    for (;;) {
+        receiveMore();
+    }
+}
+
+void LoopbackServer::Connection::endAs(Reply::End end) {
+    switch (end) {
+        case Reply::End::KEEP_ALIVE:
+            return;
+        case Reply::End::SILENCE:
+            for (;;) {
+                receiveMore();  // until the peer goes or the server shuts the socket down
+            }
+        case Reply::End::RESET: {
+            const linger atOnce{1, 0};
+            ::setsockopt(socket.get(), SOL_SOCKET, SO_LINGER, &atOnce, sizeof atOnce);
+            break;
+        }
+        case Reply::End::CLOSE:
+            break;
+    }
+    throw ConnectionEnded();
+}
+
+void LoopbackServer::Connection::finish() {
+    const std::lock_guard<std::mutex> lock(state.mutex);
+    socket = Descriptor();
+    gate.reset();
+    ++state.ended;
+    state.changed.notify_all();
+}
+
+void LoopbackServer::State::listen() {
+    constexpr int ATTEMPTS = 20;  // the port that IPv4 got may be taken on IPv6
+    for (int attempt = 0; attempt < ATTEMPTS; ++attempt) {
+        listeners.clear();
+        listeners.push_back(boundSocket(AF_INET, 0));
+        if (!listeners.back()) {
+            fail("bind");
+        }
+        port = portOf(listeners.back().get());
+        if (options.ipv6) {
+            if (Descriptor second = boundSocket(AF_INET6, port)) {
+                listeners.push_back(std::move(second));
+            } else if (errno == EADDRINUSE) {
+                continue;
+            }
+        }
+        break;
+    }
+    for (const Descriptor& listener : listeners) {
+        if (::listen(listener.get(), SOMAXCONN) != 0) {
+            fail("listen");
+        }
+    }
+    wakeUp = Descriptor(::eventfd(0, EFD_CLOEXEC));
+    if (!wakeUp) {
+        fail("eventfd");
+    }
+}
+
+LoopbackServer::LoopbackServer(Handler handler) : LoopbackServer(std::move(handler), Options()) {}
+
+LoopbackServer::LoopbackServer(Handler handler, Options options)
+    : state_(std::make_unique<State>(std::move(handler), std::move(options))) {
+    state_->listen();
+    state_->acceptor = std::thread([this] { acceptLoop(); });
+}
+
+LoopbackServer::~LoopbackServer() {
+    {
+        const std::lock_guard<std::mutex> lock(state_->mutex);
+        state_->stopping = true;
+        for (Connection& connection : state_->connections) {
+            ::shutdown(connection.socket.get(), SHUT_RDWR);
+            if (connection.gate != nullptr) {
+                connection.gate->open();
+            }
+        }
+    }
+    ::eventfd_write(state_->wakeUp.get(), 1);
+    state_->acceptor.join();
+    for (Connection& connection : state_->connections) {  // nobody adds one any more
+        connection.thread.join();
+    }
+}
+
+void LoopbackServer::acceptLoop() {
+    std::vector<pollfd> watched{{state_->wakeUp.get(), POLLIN, 0}};
+    for (const Descriptor& listener : state_->listeners) {
+        watched.push_back({listener.get(), POLLIN, 0});
+    }
+    while (::poll(watched.data(), watched.size(), -1) >= 0 || errno == EINTR) {
+        if (watched.front().revents != 0) {
+            return;
+        }
+        for (auto listener = watched.begin() + 1; listener != watched.end(); ++listener) {
+            if ((listener->revents & POLLIN) == 0) {
+                continue;
+            }
+            Descriptor accepted(::accept4(listener->fd, nullptr, nullptr, SOCK_CLOEXEC));
+            const std::lock_guard<std::mutex> lock(state_->mutex);
+            if (!accepted || state_->stopping) {
+                continue;
+            }
+            Connection& connection =
+                state_->connections.emplace_back(*state_, state_->connections.size(), std::move(accepted));
+            connection.thread = std::thread([this, &connection] { serve(connection); });
+            state_->changed.notify_all();
+        }
+    }
+}
+
+void LoopbackServer::serve(Connection& connection) {
+    try {
+        for (;;) {
+            Request request = connection.readHead();
+            if (state_->options.headHandler) {
+                if (const std::optional<Reply> early = state_->options.headHandler(request)) {
+                    connection.playEarly(*early);
+                }
+            }
+            connection.readBody(request);
+            {
+                const std::lock_guard<std::mutex> lock(state_->mutex);
+                state_->requests.push_back(request);
+                state_->changed.notify_all();
+            }
+            connection.play(state_->handler(request));
+        }
+    } catch (const ConnectionEnded&) {  // the usual way out
+    } catch (const std::exception&) {   // a handler's, or a number's that is none: see Handler
+    }
+    connection.finish();
+}
+
+LoopbackServer::Handler LoopbackServer::sequence(std::vector<Reply> replies) {
+    auto next = std::make_shared<std::atomic<std::size_t>>(0);
+    return [replies = std::move(replies), next](const Request&) {
+        return replies.at(std::min(next->fetch_add(1), replies.size() - 1));
+    };
+}
+
+std::uint16_t LoopbackServer::port() const {
+    return state_->port;
+}
+
+bool LoopbackServer::listensOnIpv6() const {
+    return state_->listeners.size() > 1;
+}
+
+std::string LoopbackServer::authority() const {
+    return "127.0.0.1:" + std::to_string(port());
+}
+
+std::string LoopbackServer::url(const std::string& path) const {
+    return "http://" + authority() + path;
+}
+
+std::vector<LoopbackServer::Request> LoopbackServer::requests() const {
+    const std::lock_guard<std::mutex> lock(state_->mutex);
+    return state_->requests;
+}
+
+std::size_t LoopbackServer::connections() const {
+    const std::lock_guard<std::mutex> lock(state_->mutex);
+    return state_->connections.size();
+}
+
+std::string LoopbackServer::received(std::size_t connection) const {
+    const std::lock_guard<std::mutex> lock(state_->mutex);
+    for (const Connection& candidate : state_->connections) {
+        if (candidate.number == connection) {
+            return candidate.received;
+        }
+    }
+    return "";
+}
+
+std::string LoopbackServer::received() const {
+    std::string all;
+    const std::lock_guard<std::mutex> lock(state_->mutex);
+    for (const Connection& connection : state_->connections) {
+        all += connection.received;
+    }
+    return all;
+}
+
+bool LoopbackServer::waitForRequests(std::size_t count, std::chrono::milliseconds timeout) const {
+    return state_->waitFor(timeout, [&] { return state_->requests.size() >= count; });
+}
+
+bool LoopbackServer::waitForConnections(std::size_t count, std::chrono::milliseconds timeout) const {
+    return state_->waitFor(timeout, [&] { return state_->connections.size() >= count; });
+}
+
+bool LoopbackServer::waitForEnded(std::size_t count, std::chrono::milliseconds timeout) const {
+    return state_->waitFor(timeout, [&] { return state_->ended >= count; });
+}
+
+RefusedPort::RefusedPort() {
+    // Bound and never listening: nobody else gets the port, and the kernel answers a connection with a reset.
+    Descriptor bound = boundSocket(AF_INET, 0);
+    if (!bound) {
+        fail("bind");
+    }
+    port_ = portOf(bound.get());
+    socket_ = bound.release();
+}
+
+RefusedPort::~RefusedPort() {
+    ::close(socket_);
+}
+
+std::string RefusedPort::url(const std::string& path) const {
+    return "http://127.0.0.1:" + std::to_string(port_) + path;
+}
+
+}  // namespace zeb::test
