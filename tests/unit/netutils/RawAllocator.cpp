@@ -88,6 +88,8 @@ void RawAllocator::remove(Block* block) {
 
 // The linker prescribes these names.
 // NOLINTBEGIN(bugprone-reserved-identifier,cert-dcl37-c,cert-dcl51-cpp)
+// Visible, as the linker also holds the sanitizers' calls of these functions for calls of the stand-ins.
+#pragma GCC visibility push(default)
 extern "C" {
 
 void* __real_malloc(std::size_t size);
@@ -123,6 +125,7 @@ void __wrap_free(void* pointer) {
 }
 
 }  // extern "C"
+#pragma GCC visibility pop
 // NOLINTEND(bugprone-reserved-identifier,cert-dcl37-c,cert-dcl51-cpp)
 
 }  // namespace zeb::netutils::test
