@@ -2,10 +2,10 @@
 
 namespace zeb::log {
 
-#define ZEB_LOGGER(function, name)                               \
-    ZEBLogger* function() {                                      \
+#define ZEB_LOGGER(function, name)                                  \
+    ZEBLogger* function() {                                         \
         static ZEBLogger* const logger = ZEBLogger_getLogger(name); \
-        return logger;                                           \
+        return logger;                                              \
     }
 
 ZEB_LOGGER(netutils, "zeb.netutils")

@@ -1,19 +1,19 @@
 #pragma once
 
-#include <sstream>
-
 #include "zeblogger/ZEBLogger.h"
+
+#include <sstream>
 
 /// The library's one form of a log line: ZEB_LOG_INFO(zeb::log::httpClient(), "Request " << id). The
 /// expression behind the logger is evaluated only when the level is enabled.
-#define ZEB_LOG(logger, level, expression)                                                   \
-    do {                                                                                     \
-        ::ZEBLogger* const zebLogger_ = (logger);                                            \
-        if (::ZEBLog_isEnabled(zebLogger_, (level))) {                                       \
-            std::ostringstream zebLine_;                                                     \
-            zebLine_ << expression; /* NOLINT(bugprone-macro-parentheses): a chain of << */  \
-            ::ZEBLog(zebLogger_, (level), __FILE__, __LINE__, zebLine_.str());               \
-        }                                                                                    \
+#define ZEB_LOG(logger, level, expression)                                                  \
+    do {                                                                                    \
+        ::ZEBLogger* const zebLogger_ = (logger);                                           \
+        if (::ZEBLog_isEnabled(zebLogger_, (level))) {                                      \
+            std::ostringstream zebLine_;                                                    \
+            zebLine_ << expression; /* NOLINT(bugprone-macro-parentheses): a chain of << */ \
+            ::ZEBLog(zebLogger_, (level), __FILE__, __LINE__, zebLine_.str());              \
+        }                                                                                   \
     } while (false)
 
 #define ZEB_LOG_ERROR(logger, expression) ZEB_LOG(logger, ZEBLOG_ERROR, expression)

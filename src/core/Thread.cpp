@@ -147,11 +147,11 @@ int Thread::getStackSize() const {
 
 int Thread::join() {
     ScopedLock lock(data_->startMutex);
+    if (data_->running && pthread_equal(data_->thread, pthread_self()) != 0) {
+        return EDEADLK;
+    }
     if (!data_->joinable) {
         return ESRCH;
-    }
-    if (pthread_equal(data_->thread, pthread_self()) != 0) {
-        return EDEADLK;
     }
     const pthread_t thread = data_->thread;
     data_->joinable = false;

@@ -18,8 +18,8 @@ namespace QRMCoreUtils {
 
 class QRMCOREUTILS_EXPORT ThreadUtils {
 public:
-    /// Runs the task on the shared pool of the process and returns at once. Tasks may run at the same time and
-    /// in any order. A null task is ignored.
+    /// Runs the task on the shared pool of the process and returns at once. Tasks may run at the same time
+    /// and in any order. A null task is ignored.
     static void runInThreadPool(std::shared_ptr<zeb::Task> task);
     /// The same for a function; the name shows on the thread while it runs. An empty function is ignored.
     static void runInThreadPool(std::function<void()> function, const std::string& name);

@@ -1,0 +1,23 @@
+#include "core/OpenSSLCompat.h"
+
+#include <openssl/evp.h>
+
+namespace zeb::openssl {
+
+#if OPENSSL_VERSION_NUMBER >= 0x30000000L
+
+const EVP_CIPHER* aes256Cbc() {
+    // Never freed: secrets of static lifetime may be read until the very end of the process.
+    static const EVP_CIPHER* const fetched = EVP_CIPHER_fetch(nullptr, "AES-256-CBC", nullptr);
+    return fetched != nullptr ? fetched : EVP_aes_256_cbc();
+}
+
+#else
+
+const EVP_CIPHER* aes256Cbc() {
+    return EVP_aes_256_cbc();
+}
+
+#endif
+
+}  // namespace zeb::openssl

@@ -1,0 +1,7 @@
+#include "http/BasicHttpClient.h"
+
+namespace zeb::http {
+
+BasicHttpClient::~BasicHttpClient() = default;
+
+}  // namespace zeb::http

@@ -1,0 +1,702 @@
+#include "http/BasicHttpClientImpl.h"
+
+#include "common/FailureManagementPolicy.h"
+#include "core/Event.h"
+#include "core/Log.h"
+#include "core/ScopedLock.h"
+#include "core/SecureStringUtils.h"
+#include "core/ThreadPool.h"
+#include "http/CommonCriteriaUsagePolicy.h"
+#include "http/CurlAnswerEvaluator.h"
+#include "http/CurlHttpUtils.h"
+#include "http/EasyCURLConnection.h"
+#include "http/EdgePolicy.h"
+#include "http/HttpClientData.h"
+#include "http/HttpClientListener.h"
+#include "http/HttpRequestData.h"
+#include "http/HttpRequestOptions.h"
+#include "http/HttpRequestResult.h"
+#include "http/Proxy.h"
+#include "http/ProxyAuthenticationHandler.h"
+#include "http/Request.h"
+#include "ip/IpFamilyPreferencePolicy.h"
+#include "netutils/ApplicationEventHandler.h"
+#include "qrmcoreutils/QRMCoreUtils.h"
+
+#include <utility>
+
+#include <curl/curl.h>
+
+namespace zeb::http {
+
+using common::Policy;
+using EnforcingResult = Policy::PolicyEnforcingResult;
+using TransformResult = EdgeTransformer::TransformRequestResult;
+
+namespace {
+
+constexpr int HTTP_UNAUTHORIZED = 401;
+constexpr int HTTP_FORBIDDEN = 403;
+constexpr int HTTP_PROXY_AUTHENTICATION_REQUIRED = 407;
+constexpr char USER_AGENT[] = "User-Agent";
+constexpr char DISABLED_BY_OVT_POLICY[] = "DisabledByOVTPolicy";
+constexpr char NO_LISTENER[] = "No listener is available to notify the client of the result.";
+
+/// Where a transfer leaves its result for the thread that waits for it. The first result stands: a finish
+/// function that was parked earlier may run long after the request has been answered.
+class Mailbox {
+public:
+    void put(HttpClientResult::Result result, bool finished) {
+        {
+            const ScopedLock lock(mutex_);
+            if (filled_) {
+                return;
+            }
+            filled_ = true;
+            content_.result = result;
+            content_.finished = finished;
+        }
+        available_.set();
+    }
+
+    HttpRequestResult take() {
+        available_.wait();
+        const ScopedLock lock(mutex_);
+        return content_;
+    }
+
+private:
+    Mutex mutex_;  ///< guards filled_ and content_
+    bool filled_ = false;
+    HttpRequestResult content_;
+    Event available_{false};
+};
+
+/// Keeps a request's run to itself: a retry with late proxy credentials waits until the run before has ended
+/// or is parked. Not a lock in the order of locks: nothing but a retry of the same request waits for it, so
+/// the listener may be called within.
+class RunLock {
+public:
+    explicit RunLock(HttpRequestData& requestData) : mutex_(requestData.getRunMutex()) { mutex_.lock(); }
+    ~RunLock() { mutex_.unlock(); }
+    RunLock(const RunLock&) = delete;
+    RunLock& operator=(const RunLock&) = delete;
+
+private:
+    Mutex& mutex_;
+};
+
+std::string hiddenUrl(const HttpRequestData& requestData) {
+    return ZEBLogger_replacePIIData(CurlHttpUtils::loggableUrl(requestData.getRequest()));
+}
+
+EnforcingResult::EnforcingResult enforceEdge(const std::shared_ptr<Policy>& policy,
+                                             const std::shared_ptr<HttpRequestData>& requestData,
+                                             const HttpClientData& clientData) {
+    const auto edgePolicy = std::dynamic_pointer_cast<EdgePolicy>(policy);
+    return edgePolicy == nullptr ? EnforcingResult::ENFORCING_FAILURE
+                                 : edgePolicy->enforce(requestData, clientData.getEdgeTransformer());
+}
+
+bool isUnknown(const std::shared_ptr<Policy>& policy) {
+    return policy == nullptr || policy->getNature() == Policy::PolicyNature::UNKNOWN;
+}
+
+void logDisabledByOvtPolicy() {
+    ZEB_LOG_WARNING(log::httpClient(), "HTTP connection is disabled by OVT Policy(No Service). Set response "
+                                           << "code 403");
+}
+
+/// Writes the answer that stands for a failed authentication at the edge, with its line in the log.
+void fabricateAuthenticationFailure(TransformResult::Result result, Response& response) {
+    switch (result) {
+        case TransformResult::EDGE_TOKEN_EXPIRED:
+            ZEB_LOG_WARNING(log::httpClient(),
+                            "Edge policy not enforced. token is expired, set response code 401");
+            response.responseCode = HTTP_UNAUTHORIZED;
+            break;
+        case TransformResult::EDGE_PROXY_TOKEN_EXPIRED:
+            ZEB_LOG_WARNING(log::httpClient(),
+                            "Edge policy not enforced. token is expired, set response code 407");
+            response.responseCode = HTTP_PROXY_AUTHENTICATION_REQUIRED;
+            break;
+        default:
+            ZEB_LOG_WARNING(log::httpClient(), "Edge policy not enforced. username or password is invalid or "
+                                                   << "expired, set response code 401");
+            response.responseCode = HTTP_UNAUTHORIZED;
+            break;
+    }
+}
+
+bool isAuthenticationFailure(TransformResult::Result result) {
+    return result == TransformResult::EDGE_AUTHENTICATION_FAILED ||
+           result == TransformResult::EDGE_TOKEN_EXPIRED ||
+           result == TransformResult::EDGE_PROXY_TOKEN_EXPIRED;
+}
+
+void removeTransformedCookies(const HttpClientData& clientData, HttpRequestData& requestData) {
+    const std::shared_ptr<Policy> policy = clientData.getEdgePolicy();
+    if (isUnknown(policy)) {
+        ZEB_LOG_DEBUG(log::httpClient(), "Edge policy not available.");
+        return;
+    }
+    const auto edgePolicy = std::dynamic_pointer_cast<EdgePolicy>(policy);
+    if (edgePolicy == nullptr ||
+        edgePolicy->enforce(requestData, requestData.getWrapper().url, clientData.getEdgeTransformer()) !=
+            EnforcingResult::SUCCESS) {
+        ZEB_LOG_WARNING(log::httpClient(), "Edge policy not enforced.");
+    }
+}
+
+/// What a further attempt must not inherit from the one before.
+void forgetFormerAttempt(HttpRequestData& requestData) {
+    SecureStringUtils::ZEBZeroString(requestData.body);
+    requestData.responseCode = 0;
+    requestData.getWrapper().lastReportedProgress = 0;
+}
+
+CURLcode performCurlRequest(const std::shared_ptr<HttpRequestData>& requestData) {
+    CURLcode code = CURLE_NO_CONNECTION_AVAILABLE;
+    if (const std::shared_ptr<EasyCURLConnection> connection = requestData->getCurlConnection()) {
+        code = curl_easy_perform(connection->getHandle());
+    }
+    CurlHttpUtils::resetCurlPassword(requestData);
+    CurlHttpUtils::logOperationTiming(requestData);
+    return code;
+}
+
+/// What the end of a transfer tells of the proxy in use. Taken before the transfer's completion is announced:
+/// from then on the request may belong to another thread.
+class ProxyReport {
+public:
+    explicit ProxyReport(const HttpRequestData& requestData)
+        : wanted_(requestData.getRequest()->getIsUseSystemProxy()),
+          proxyUsed_(requestData.proxyUsed),
+          authType_(requestData.proxyAuthType) {
+        if (wanted_ && !proxyUsed_) {
+            const std::shared_ptr<Proxy> proxy = requestData.getRequest()->getProxy();
+            wanted_ = proxy == nullptr || proxy->getURL().empty();
+        }
+    }
+
+    void send() const {
+        if (wanted_) {
+            ProxyAuthenticationHandler::getInstance()->updateProxyInfo(proxyUsed_, authType_);
+        }
+    }
+
+private:
+    bool wanted_;
+    bool proxyUsed_;
+    std::string authType_;
+};
+
+}  // namespace
+
+// --- building and accessors --------------------------------------------------------------------------------
+
+std::shared_ptr<BasicHttpClientImpl> BasicHttpClientImpl::buildBasicHttpClientImpl(
+    std::shared_ptr<EdgeTransformer> edgeTransformer, std::shared_ptr<CertVerifier> certVerifier,
+    std::shared_ptr<ThreadPool> threadPool, std::shared_ptr<HttpNetworkEventReporter> reporter) {
+    const std::set<std::shared_ptr<Policy>> policies = {
+        EdgePolicy::NEVER_USE_EDGE_POLICY,
+        common::FailureManagementPolicy::IGNORE_SOFT_FAILURE_POLICY,
+        ip::IpFamilyPreferencePolicy::DUAL_STACK_POLICY,
+        CommonCriteriaUsagePolicy::COMMON_CRITERIA_DISABLED_POLICY,
+    };
+    return std::shared_ptr<BasicHttpClientImpl>(
+        new BasicHttpClientImpl(policies, std::move(edgeTransformer), std::move(certVerifier),
+                                std::move(threadPool), std::move(reporter)));
+}
+
+BasicHttpClientImpl::BasicHttpClientImpl(const std::set<std::shared_ptr<Policy>>& policies,
+                                         std::shared_ptr<EdgeTransformer> edgeTransformer,
+                                         std::shared_ptr<CertVerifier> certVerifier,
+                                         std::shared_ptr<ThreadPool> threadPool,
+                                         std::shared_ptr<HttpNetworkEventReporter> reporter)
+    : BasicHttpClient(policies, false),
+      certVerifier_(std::move(certVerifier)),
+      threadPool_(std::move(threadPool)),
+      clientData_(HttpClientData::build(std::move(reporter), std::move(edgeTransformer))) {}
+
+BasicHttpClientImpl::~BasicHttpClientImpl() = default;
+
+void BasicHttpClientImpl::setCurlAnswerEvaluator(std::shared_ptr<CurlAnswerEvaluator> evaluator) {
+    clientData_->setCurlAnswerEvaluator(std::move(evaluator));
+}
+
+std::shared_ptr<EasyCURLConnection> BasicHttpClientImpl::getEasyCURLConnection() const {
+    return clientData_->getEasyCURLConnection();
+}
+
+// --- what both roads begin with ----------------------------------------------------------------------------
+
+void BasicHttpClientImpl::setPoliesToRequestData(HttpRequestData& requestData) const {
+    const std::shared_ptr<Policy> ipFamily = getPolicy(Policy::PolicyNature::IP_FAMILY_PREFERENCE);
+    if (isUnknown(ipFamily)) {
+        ZEB_LOG_WARNING(log::httpClient(), "IP family policy not available.");
+    } else {
+        requestData.setIpFamilyPreferencePolicy(
+            std::dynamic_pointer_cast<ip::IpFamilyPreferencePolicy>(ipFamily));
+        requestData.setIpFamilyPreferencePolicyCanBeIgnored(policyFailureCanBeIgnored(*ipFamily));
+    }
+    const std::shared_ptr<Policy> commonCriteria = getPolicy(Policy::PolicyNature::COMMON_CRITERIA_USAGE);
+    if (isUnknown(commonCriteria)) {
+        ZEB_LOG_WARNING(log::httpClient(), "CC Mode usage policy not available.");
+    } else {
+        requestData.setCommonCriteriaUsagePolicy(
+            std::dynamic_pointer_cast<CommonCriteriaUsagePolicy>(commonCriteria));
+        requestData.setCommonCriteriaUsageCanBeIgnored(policyFailureCanBeIgnored(*commonCriteria));
+    }
+}
+
+void BasicHttpClientImpl::setUserAgentToRequestData(HttpRequestData& requestData) {
+    const std::shared_ptr<Request>& request = requestData.getRequest();
+    if (request == nullptr || request->getOptions() == nullptr) {
+        return;
+    }
+    const std::shared_ptr<HttpRequestOptions> options = request->getOptions();
+    if (options->headers == nullptr) {
+        options->headers = std::make_shared<HttpHeaders>();
+    }
+    for (HttpHeader& header : *options->headers) {
+        if (QRMCoreUtils::caseInsensitiveStringEquals(header.first, USER_AGENT)) {
+            if (header.second.empty()) {
+                header.second = QRMCoreUtils::SystemUtils::getHttpUserAgent();
+                ZEB_LOG_DEBUG(log::httpClient(), "User-Agent set: " << header.second);
+            }
+            return;
+        }
+    }
+    options->headers->emplace_back(USER_AGENT, QRMCoreUtils::SystemUtils::getHttpUserAgent());
+    ZEB_LOG_DEBUG(log::httpClient(), "User-Agent added: " << options->headers->back().second);
+}
+
+HttpClientResult::Result BasicHttpClientImpl::onAuthentiactionFailed(const HttpRequestData& requestData,
+                                                                     Response& response) {
+    if (isAuthenticationFailure(requestData.getEdgeTransformResult())) {
+        fabricateAuthenticationFailure(requestData.getEdgeTransformResult(), response);
+    }
+    return HttpClientResult::SUCCESS;
+}
+
+// --- synchronously -----------------------------------------------------------------------------------------
+
+HttpClientResult::Result BasicHttpClientImpl::execute(std::shared_ptr<Request> request, Response& response) {
+    const auto requestData = std::make_shared<HttpRequestData>(std::move(request), certVerifier_);
+    const RunLock run(*requestData);
+    const std::shared_ptr<Policy> edgePolicy = getPolicy(Policy::PolicyNature::EDGE_USAGE);
+    if (isUnknown(edgePolicy)) {
+        ZEB_LOG_ERROR(log::httpClient(), "Edge policy not available");
+        return HttpClientResult::POLICY_NOT_AVAILABLE_ERROR;
+    }
+    if (enforceEdge(edgePolicy, requestData, *clientData_) == EnforcingResult::SUCCESS) {
+        ZEB_LOG_DEBUG(log::httpClient(),
+                      "Edge policy enforced successfully with transformed Url: " << hiddenUrl(*requestData));
+    } else {
+        const TransformResult::Result edgeResult = requestData->getEdgeTransformResult();
+        if (edgeResult == TransformResult::EDGE_DISABLED_BY_OVT_POLICY) {
+            logDisabledByOvtPolicy();
+            response.responseCode = HTTP_FORBIDDEN;
+            response.body = DISABLED_BY_OVT_POLICY;
+            return HttpClientResult::SUCCESS;
+        }
+        const bool canBeIgnored = policyFailureCanBeIgnored(*edgePolicy);
+        if (canBeIgnored && isAuthenticationFailure(edgeResult)) {
+            return onAuthentiactionFailed(*requestData, response);
+        }
+        if (!canBeIgnored) {
+            switch (edgeResult) {
+                case TransformResult::EDGE_AUTHENTICATION_FAILED:
+                    ZEB_LOG_ERROR(log::httpClient(), "Edge authentication failed");
+                    return HttpClientResult::EDGE_AUTHENTICATION_FAILED;
+                case TransformResult::EDGE_TOKEN_EXPIRED:
+                case TransformResult::EDGE_PROXY_TOKEN_EXPIRED:
+                    return onAuthentiactionFailed(*requestData, response);
+                case TransformResult::EDGE_SSL_CONNECTION_ERROR:
+                    ZEB_LOG_ERROR(log::httpClient(), "Edge SSL/TLS connection failed");
+                    return HttpClientResult::SSL_CONNECTION_ERROR;
+                default:
+                    ZEB_LOG_ERROR(log::httpClient(), "Edge policy not enforced");
+                    return HttpClientResult::POLICY_NOT_ENFORCED_ERROR;
+            }
+        }
+    }
+    clientData_->setEdgePolicy(edgePolicy);
+    setPoliesToRequestData(*requestData);
+    setUserAgentToRequestData(*requestData);
+    const HttpClientResult::Result result = executeImpl(clientData_, requestData);
+    response = *requestData;
+    SecureStringUtils::ZEBZeroString(requestData->body);
+    return result;
+}
+
+// --- as a task ---------------------------------------------------------------------------------------------
+
+namespace {
+
+void warnWithoutListener(const std::shared_ptr<Request>& request) {
+    if (request == nullptr || request->getListener() == nullptr) {
+        ZEB_LOG_WARNING(log::httpClient(), "Listener is not set for request: " << ZEBLogger_replacePIIData(
+                                               CurlHttpUtils::loggableUrl(request)));
+    }
+}
+
+std::shared_ptr<HttpRequestOptions> optionsOrNull(const std::shared_ptr<Request>& request) {
+    return request == nullptr ? nullptr : request->getOptions();
+}
+
+}  // namespace
+
+HttpClientError::Error BasicHttpClientImpl::executeAsync(std::shared_ptr<Request> request,
+                                                         unsigned int& requestId) {
+    warnWithoutListener(request);
+    return enqueueRequest(request, HTTPFileOperation::NONE, "", requestId);
+}
+
+HttpClientError::Error BasicHttpClientImpl::downloadAsync(std::shared_ptr<Request> request,
+                                                          unsigned int& requestId,
+                                                          const std::string& filePath) {
+    warnWithoutListener(request);
+    if (const std::shared_ptr<HttpRequestOptions> options = optionsOrNull(request)) {
+        options->method = HttpMethod::GET;
+    }
+    return enqueueRequest(request, HTTPFileOperation::DOWNLOAD, filePath, requestId);
+}
+
+HttpClientError::Error BasicHttpClientImpl::uploadAsync(std::shared_ptr<Request> request,
+                                                        unsigned int& requestId,
+                                                        const std::string& filePath) {
+    warnWithoutListener(request);
+    const std::shared_ptr<HttpRequestOptions> options = optionsOrNull(request);
+    if (options != nullptr && options->method != HttpMethod::POST) {
+        options->method = HttpMethod::PUT;
+    }
+    return enqueueRequest(request, HTTPFileOperation::UPLOAD, filePath, requestId);
+}
+
+HttpClientError::Error BasicHttpClientImpl::enqueueRequest(const std::shared_ptr<Request>& request,
+                                                           HTTPFileOperation::Method fileOperation,
+                                                           const std::string& filePath,
+                                                           unsigned int& requestId) {
+    const std::shared_ptr<Policy> edgePolicy = getPolicy(Policy::PolicyNature::EDGE_USAGE);
+    if (isUnknown(edgePolicy)) {
+        ZEB_LOG_ERROR(log::httpClient(), "Edge policy not available");
+        return HttpClientError::POLICY_NOT_AVAILABLE_ERROR;
+    }
+    if (threadPool_ == nullptr) {
+        ZEB_LOG_ERROR(log::httpClient(), "No thread pool available, the request can't be processed");
+        return HttpClientError::UNABLE_TO_PROCESS_REQUEST_ERROR;
+    }
+    clientData_->setEdgePolicy(edgePolicy);
+    clientData_->setEdgeUsagePolicyCanBeIgnored(policyFailureCanBeIgnored(*edgePolicy));
+    const auto requestData = std::make_shared<HttpRequestData>(request, certVerifier_);
+    requestData->getWrapper().fileOperation = fileOperation;
+    if (fileOperation != HTTPFileOperation::NONE) {
+        requestData->getWrapper().filePath = filePath;
+    }
+    requestId = requestData->getRequestId();
+    setPoliesToRequestData(*requestData);
+    setUserAgentToRequestData(*requestData);
+    ZEB_LOG_DEBUG(log::httpClient(), "Creating task...");
+    const auto task = std::make_shared<AsyncTask>(clientData_, requestData);
+    ZEB_LOG_DEBUG(log::httpClient(), "Executing task...");
+    threadPool_->enqueue(task, false, false);
+    return HttpClientError::SUCCESS;
+}
+
+BasicHttpClientImpl::AsyncTask::AsyncTask(std::shared_ptr<HttpClientData> clientData,
+                                          std::shared_ptr<HttpRequestData> requestData)
+    : clientData_(std::move(clientData)), requestData_(std::move(requestData)) {}
+
+BasicHttpClientImpl::AsyncTask::~AsyncTask() {
+    if (executed_) {
+        return;
+    }
+    ZEB_LOG_WARNING(log::httpClient(), "The Async task is going to be destroyed before its execution");
+    const std::shared_ptr<Request>& request = requestData_->getRequest();
+    const std::shared_ptr<HttpClientListener> listener =
+        request == nullptr ? nullptr : request->getListener();
+    if (listener != nullptr) {
+        listener->onRequestFailed(requestData_->getRequestId(), HttpClientResult::REQUEST_LOST);
+    } else {
+        ZEB_LOG_WARNING(log::httpClient(),
+                        "Unable to report the task as lost, no listeners registered for this request");
+    }
+}
+
+std::string BasicHttpClientImpl::AsyncTask::name() const {
+    return "AsyncTask";
+}
+
+void BasicHttpClientImpl::AsyncTask::execute() {
+    executed_ = true;
+    const RunLock run(*requestData_);
+    const std::shared_ptr<Request>& request = requestData_->getRequest();
+    if (request != nullptr && request->isCancelled()) {
+        ZEB_LOG_INFO(log::httpClient(), "request has been canceled, return.");
+        fail(HttpClientResult::REQUEST_CANCELLED);
+        return;
+    }
+    if (!enforceEdgePolicy()) {
+        return;
+    }
+    ZEB_LOG_DEBUG(log::httpClient(),
+                  "Edge policy enforced successfully with transformed Url:" << hiddenUrl(*requestData_));
+    const HttpClientResult::Result result = executeImpl(clientData_, requestData_);
+    // Let go before the host hears of the end: from then on it may destroy the client and end libcurl, and
+    // the easy handle must not be closed by this thread after that.
+    clientData_.reset();
+    if (request == nullptr || request->getListener() == nullptr) {
+        SecureStringUtils::ZEBZeroString(requestData_->body);
+        ZEB_LOG_WARNING(log::httpClient(), NO_LISTENER << " Result was " << result);
+    } else if (result != HttpClientResult::SUCCESS) {
+        ZEB_LOG_INFO(log::httpClient(),
+                     "Notifying listener of a failure for request " << requestData_->formattedRequestID());
+        fail(result);
+    } else {
+        ZEB_LOG_INFO(log::httpClient(), "Notifying listener of a completed transfer for request "
+                                            << requestData_->formattedRequestID()
+                                            << ", response code: " << requestData_->responseCode);
+        complete();
+    }
+}
+
+bool BasicHttpClientImpl::AsyncTask::enforceEdgePolicy() {
+    const std::shared_ptr<Policy> policy = clientData_->getEdgePolicy();
+    if (enforceEdge(policy, requestData_, *clientData_) == EnforcingResult::SUCCESS) {
+        return true;
+    }
+    const std::shared_ptr<Request>& request = requestData_->getRequest();
+    const bool hasListener = request != nullptr && request->getListener() != nullptr;
+    const TransformResult::Result result = requestData_->getEdgeTransformResult();
+    if (result == TransformResult::EDGE_DISABLED_BY_OVT_POLICY && hasListener) {
+        logDisabledByOvtPolicy();
+        requestData_->responseCode = HTTP_FORBIDDEN;
+        requestData_->body = DISABLED_BY_OVT_POLICY;
+        complete();
+        return false;
+    }
+    if (!clientData_->getEdgeUsagePolicyCanBeIgnored()) {
+        if (hasListener) {
+            onEdgePolicyNotIgnorable();
+        } else {
+            ZEB_LOG_WARNING(log::httpClient(), NO_LISTENER);
+        }
+        return false;
+    }
+    if (!hasListener) {
+        ZEB_LOG_WARNING(log::httpClient(), "Http request client listener is empty");
+        return true;
+    }
+    if (isAuthenticationFailure(result)) {
+        onAuthenticationFailed();
+        return false;
+    }
+    return true;
+}
+
+void BasicHttpClientImpl::AsyncTask::onEdgePolicyNotIgnorable() {
+    switch (requestData_->getEdgeTransformResult()) {
+        case TransformResult::EDGE_AUTHENTICATION_FAILED:
+            ZEB_LOG_ERROR(log::httpClient(), "Edge authentication failed");
+            fail(HttpClientResult::EDGE_AUTHENTICATION_FAILED);
+            break;
+        case TransformResult::EDGE_TOKEN_EXPIRED:
+        case TransformResult::EDGE_PROXY_TOKEN_EXPIRED:
+            onAuthenticationFailed();
+            break;
+        case TransformResult::EDGE_SSL_CONNECTION_ERROR:
+            ZEB_LOG_ERROR(log::httpClient(), "Edge SSL/TLS connection failed");
+            fail(HttpClientResult::SSL_CONNECTION_ERROR);
+            break;
+        default:
+            ZEB_LOG_ERROR(log::httpClient(), "Edge policy not enforced");
+            fail(HttpClientResult::POLICY_NOT_ENFORCED_ERROR);
+            break;
+    }
+}
+
+void BasicHttpClientImpl::AsyncTask::onAuthenticationFailed() {
+    fabricateAuthenticationFailure(requestData_->getEdgeTransformResult(), *requestData_);
+    complete();
+}
+
+void BasicHttpClientImpl::AsyncTask::complete() {
+    const std::shared_ptr<HttpClientListener> listener = requestData_->getRequest()->getListener();
+    if (listener != nullptr) {
+        listener->onRequestCompleted(requestData_->getRequestId(), *requestData_);
+    }
+    SecureStringUtils::ZEBZeroString(requestData_->body);
+}
+
+void BasicHttpClientImpl::AsyncTask::fail(HttpClientResult::Result result) {
+    const std::shared_ptr<Request>& request = requestData_->getRequest();
+    const std::shared_ptr<HttpClientListener> listener =
+        request == nullptr ? nullptr : request->getListener();
+    if (listener != nullptr) {
+        listener->onRequestFailed(requestData_->getRequestId(), result);
+    } else {
+        ZEB_LOG_WARNING(log::httpClient(), NO_LISTENER);
+    }
+}
+
+// --- one transfer ------------------------------------------------------------------------------------------
+
+namespace {
+
+HttpClientResult::Result finishFailedTransfer(HttpClientResult::Result result,
+                                              const HttpClientData& clientData,
+                                              HttpRequestData& requestData) {
+    ZEB_LOG_ERROR(log::httpClient(),
+                  "There was an issue performing the call to curl_easy_perform for request "
+                      << requestData.formattedRequestID() << ": " << result);
+    requestData.returnEasyCURLConnection();
+    clientData.getNetworkEvent().notifyNetworkEventReporter(result, requestData, clientData.getEdgePolicy());
+    return result;
+}
+
+void collectAddresses(const std::shared_ptr<HttpRequestData>& requestData) {
+    if (!CurlHttpUtils::getIpAddress(requestData)) {
+        ZEB_LOG_WARNING(log::httpClient(),
+                        "Unable to get the IP addresses for request " << requestData->formattedRequestID());
+        return;
+    }
+    ZEB_LOG_DEBUG(log::httpClient(), "Request " << requestData->formattedRequestID() << " local address "
+                                                << requestData->localIpAddress << ", destination address "
+                                                << requestData->destinationIpAddress);
+}
+
+HttpClientResult::Result finishCompletedTransfer(const HttpClientData& clientData,
+                                                 const std::shared_ptr<HttpRequestData>& requestData) {
+    RequestWrapper& wrapper = requestData->getWrapper();
+    const std::shared_ptr<EdgeTransformer>& transformer = clientData.getEdgeTransformer();
+    if (transformer != nullptr && transformer->isRequestTransformed(wrapper)) {
+        requestData->transformedUrl = requestData->getRequest()->getOptions()->url;
+    }
+    collectAddresses(requestData);
+    if (!CurlHttpUtils::storeCookies(requestData)) {
+        ZEB_LOG_ERROR(log::httpClient(), "Failed to store cookies in the response for request "
+                                             << requestData->formattedRequestID());
+    }
+    requestData->returnEasyCURLConnection();
+    removeTransformedCookies(clientData, *requestData);
+    CurlHttpUtils::closeFile(&wrapper.writeFile);
+    CurlHttpUtils::closeFile(&wrapper.readFile);
+    clientData.getNetworkEvent().notifyNetworkEventReporter(HttpClientResult::SUCCESS, *requestData,
+                                                            clientData.getEdgePolicy());
+    ZEB_LOG_DEBUG(
+        log::httpClient(),
+        "For request " << requestData->formattedRequestID()
+                       << " the total size of the data received is: " << requestData->getTotalDataReceived()
+                       << ", the size of the response body is: " << requestData->body.size());
+    return HttpClientResult::SUCCESS;
+}
+
+}  // namespace
+
+HttpClientResult::Result BasicHttpClientImpl::executeImpl(
+    const std::shared_ptr<HttpClientData>& clientData, const std::shared_ptr<HttpRequestData>& requestData) {
+    if (netutils::ApplicationEventHandler::getInstance()->isApplicationKilled()) {
+        ZEB_LOG_WARNING(log::httpClient(), "Application is killed, Cancel request!");
+        return HttpClientResult::REQUEST_CANCELLED;
+    }
+    if (clientData == nullptr) {
+        ZEB_LOG_ERROR(log::httpClient(), "Internal object is NULL!");
+        return HttpClientResult::UNKNOWN_ERROR;
+    }
+    const std::shared_ptr<Request>& request = requestData->getRequest();
+    if (request == nullptr) {
+        ZEB_LOG_ERROR(log::httpClient(), "Request not set.");
+        return HttpClientResult::URL_NOT_SET_ERROR;
+    }
+    if (request->getOptions() == nullptr || request->getOptions()->url.empty()) {
+        ZEB_LOG_ERROR(log::httpClient(), "URL not set");
+        return HttpClientResult::URL_NOT_SET_ERROR;
+    }
+    const auto mailbox = std::make_shared<Mailbox>();
+    performRequest(clientData, requestData, [mailbox](HttpClientResult::Result result, bool finished) {
+        mailbox->put(result, finished);
+    });
+    // While it is parked the request belongs to the thread that runs the retry.
+    requestData->getRunMutex().unlock();
+    const HttpRequestResult outcome = mailbox->take();
+    requestData->getRunMutex().lock();
+    if (outcome.finished) {
+        return outcome.result;
+    }
+    return outcome.result == HttpClientResult::SUCCESS
+               ? finishCompletedTransfer(*clientData, requestData)
+               : finishFailedTransfer(outcome.result, *clientData, *requestData);
+}
+
+void BasicHttpClientImpl::performRequest(const std::shared_ptr<HttpClientData>& clientData,
+                                         const std::shared_ptr<HttpRequestData>& requestData,
+                                         const Completion& completion) {
+    clientData->provideEasyCURLConnection(*requestData);
+    const std::shared_ptr<EasyCURLConnection> connection = requestData->getCurlConnection();
+    if (connection == nullptr || connection->getHandle() == nullptr) {
+        ZEB_LOG_ERROR(log::httpClient(), "No CURL connection available");
+        requestData->returnEasyCURLConnection();
+        completion(HttpClientResult::UNKNOWN_ERROR, true);
+        return;
+    }
+    const std::shared_ptr<CurlAnswerEvaluator> evaluator = clientData->getCurlAnswerEvaluator();
+    HttpClientResult::Result result = HttpClientResult::UNKNOWN_ERROR;
+    for (;;) {
+        forgetFormerAttempt(*requestData);
+        if (!CurlHttpUtils::configureEasyRequest(requestData)) {
+            ZEB_LOG_ERROR(log::httpClient(), "There was an issue configuring the request.");
+            requestData->returnEasyCURLConnection();
+            completion(HttpClientResult::HTTP_CONFIGURATION_ERROR, true);
+            return;
+        }
+        result = requestData->enforceIpFamilyPreferencePolicy();
+        if (result == HttpClientResult::SUCCESS) {
+            result = requestData->enforceCommonCriteriaUsagePolicy();
+        }
+        if (result != HttpClientResult::SUCCESS) {
+            // The handle goes back with the end of the request data.
+            completion(result, true);
+            return;
+        }
+        const CURLcode curlCode = performCurlRequest(requestData);
+        result = evaluator->curlCodeToResult(curlCode, requestData.get());
+        if (!evaluator->representServerFailure(curlCode) || !requestData->hasFailoverUrl()) {
+            break;
+        }
+        ZEB_LOG_ERROR(log::httpClient(), "There was an issue performing the call to curl_easy_perform: "
+                                             << curlCode << " Failing over to the next URL");
+        requestData->switchToNextUrl(result);
+        CurlHttpUtils::setUrl(requestData);
+    }
+    if (!CurlHttpUtils::getResponseCode(requestData.get())) {
+        ZEB_LOG_ERROR(log::httpClient(),
+                      "Failed to get the response code for request " << requestData->formattedRequestID());
+    }
+    ZEB_LOG_INFO(log::httpClient(), "*-----* "
+                                        << "HTTP response code " << requestData->responseCode
+                                        << " connect code " << requestData->connectCode << " for request "
+                                        << requestData->formattedRequestID() << " to "
+                                        << hiddenUrl(*requestData));
+    const ProxyReport report(*requestData);
+    if (requestData->connectCode == HTTP_PROXY_AUTHENTICATION_REQUIRED) {
+        const std::shared_ptr<Proxy> proxy = requestData->getRequest()->getProxy();
+        const auto retry = [clientData, requestData, completion] {
+            const RunLock run(*requestData);
+            requestData->returnEasyCURLConnection();
+            // A fresh handle: libcurl would remember the refused state of the proxy.
+            clientData->resetEasyCURLConnection();
+            performRequest(clientData, requestData, completion);
+        };
+        ProxyAuthenticationHandler::getInstance()->handleProxyAuthRequired(
+            proxy == nullptr ? std::string() : proxy->getURL(),
+            requestData->getRequest()->shouldWaitUntilProxyCredentialReady(), retry,
+            [completion, result] { completion(result, false); });
+        return;
+    }
+    completion(result, false);
+    report.send();
+}
+
+}  // namespace zeb::http

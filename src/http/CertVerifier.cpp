@@ -1,0 +1,7 @@
+#include "http/CertVerifier.h"
+
+namespace zeb::http {
+
+CertVerifier::~CertVerifier() = default;
+
+}  // namespace zeb::http

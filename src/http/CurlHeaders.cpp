@@ -1,0 +1,85 @@
+#include "http/CurlHeaders.h"
+
+#include "core/Log.h"
+#include "core/SecureStringUtils.h"
+#include "http/HttpUtils.h"
+
+#include <algorithm>
+#include <cstddef>
+#include <cstring>
+
+#include <curl/curl.h>
+
+namespace zeb::http {
+
+namespace {
+
+constexpr std::size_t USUAL_HEADER_SIZE = 512;
+
+}  // namespace
+
+CurlHeaders::CurlHeaders(const std::shared_ptr<HttpHeaders>& headers) {
+    if (headers == nullptr) {
+        return;
+    }
+    for (std::size_t index = 0; index < headers->size(); ++index) {
+        std::string line;
+        buildHeader((*headers)[index], line);
+        if (!append(line)) {
+            ZEB_LOG_ERROR(log::httpClient(), "Fail to append header to list, header index: " << index);
+            // Deliberate: the lines so far are given up and the list starts anew with the next one. They are
+            // wiped, as they may hold secrets.
+            clear();
+        }
+        SecureStringUtils::ZEBZeroString(line);
+    }
+}
+
+CurlHeaders::~CurlHeaders() {
+    clear();
+}
+
+void CurlHeaders::clear() {
+    for (curl_slist* entry = list_; entry != nullptr; entry = entry->next) {
+        SecureStringUtils::ZEBZeroMemory(entry->data, std::strlen(entry->data));
+    }
+    curl_slist_free_all(list_);
+    list_ = nullptr;
+}
+
+void CurlHeaders::buildHeader(const HttpHeader& header, std::string& out) {
+    // More than the usual size only for a longer line: growing would leave a copy of the value behind.
+    out.reserve(std::max(USUAL_HEADER_SIZE, header.first.size() + 2 + header.second.size()));
+    out.append(header.first).append(": ").append(header.second);
+}
+
+bool CurlHeaders::append(const std::string& line) {
+    curl_slist* const extended = curl_slist_append(list_, line.c_str());
+    if (extended == nullptr) {
+        return false;  // libcurl has left the list as it was
+    }
+    list_ = extended;
+    return true;
+}
+
+void CurlHeaders::appendHeader(const HttpHeader& header) {
+    std::string line;
+    buildHeader(header, line);
+    if (!append(line)) {
+        ZEB_LOG_ERROR(log::httpClient(), "Fail to append header to list, header info: " << header.first);
+    }
+    SecureStringUtils::ZEBZeroString(line);
+}
+
+void CurlHeaders::appendHeaderForSNI(const std::string& name, const std::string& url, bool isEdgeRequest) {
+    if (!isEdgeRequest || name.empty() || url.empty()) {
+        return;
+    }
+    std::string value = HttpUtils::extractHostFromHttpUrl(url);
+    if (const auto port = HttpUtils::extractPortFromHttpUrl(url)) {
+        value += ":" + std::to_string(port);
+    }
+    appendHeader({name, value});
+}
+
+}  // namespace zeb::http

@@ -1,0 +1,89 @@
+#include "http/HttpClientData.h"
+
+#include "core/Log.h"
+#include "core/ScopedLock.h"
+#include "http/CurlAnswerEvaluator.h"
+#include "http/EasyCURLConnection.h"
+#include "http/HttpRequestData.h"
+
+#include <utility>
+
+namespace zeb::http {
+
+HttpClientData::HttpClientData(std::shared_ptr<HttpNetworkEventReporter> reporter,
+                               std::shared_ptr<EdgeTransformer> edgeTransformer)
+    : networkEvent_(std::move(reporter), edgeTransformer),
+      edgeTransformer_(std::move(edgeTransformer)),
+      connectionAvailable_(std::make_shared<Event>(true)),
+      easyConnection_(std::make_shared<EasyCURLConnection>()),
+      curlAnswerEvaluator_(std::make_shared<CurlAnswerEvaluator>()) {
+    connectionAvailable_->set();
+}
+
+HttpClientData::~HttpClientData() = default;
+
+std::shared_ptr<HttpClientData> HttpClientData::build(std::shared_ptr<HttpNetworkEventReporter> reporter,
+                                                      std::shared_ptr<EdgeTransformer> edgeTransformer) {
+    return std::shared_ptr<HttpClientData>(
+        new HttpClientData(std::move(reporter), std::move(edgeTransformer)));
+}
+
+void HttpClientData::provideEasyCURLConnection(HttpRequestData& requestData) {
+    if (requestData.ownsEasyCURLConnection()) {
+        ZEB_LOG_DEBUG(log::httpClient(), "The provided consumer already owns a curl connection");
+        return;
+    }
+    connectionAvailable_->wait();
+    requestData.consumeEasyCURLConnection(getEasyCURLConnection(), shared_from_this());
+}
+
+void HttpClientData::onEasyCURLConnectionReturned() {
+    connectionAvailable_->set();
+}
+
+std::shared_ptr<EasyCURLConnection> HttpClientData::getEasyCURLConnection() const {
+    const ScopedLock lock(mutex_);
+    return easyConnection_;
+}
+
+void HttpClientData::resetEasyCURLConnection() {
+    auto replacement = std::make_shared<EasyCURLConnection>();
+    const ScopedLock lock(mutex_);
+    // Swapped, so that the former handle is closed after the lock has gone.
+    easyConnection_.swap(replacement);
+}
+
+std::shared_ptr<common::Policy> HttpClientData::getEdgePolicy() const {
+    const ScopedLock lock(mutex_);
+    return edgePolicy_;
+}
+
+void HttpClientData::setEdgePolicy(std::shared_ptr<common::Policy> policy) {
+    const ScopedLock lock(mutex_);
+    edgePolicy_ = std::move(policy);
+}
+
+bool HttpClientData::getEdgeUsagePolicyCanBeIgnored() const {
+    const ScopedLock lock(mutex_);
+    return edgeUsagePolicyCanBeIgnored_;
+}
+
+void HttpClientData::setEdgeUsagePolicyCanBeIgnored(bool canBeIgnored) {
+    const ScopedLock lock(mutex_);
+    edgeUsagePolicyCanBeIgnored_ = canBeIgnored;
+}
+
+std::shared_ptr<CurlAnswerEvaluator> HttpClientData::getCurlAnswerEvaluator() const {
+    const ScopedLock lock(mutex_);
+    return curlAnswerEvaluator_;
+}
+
+void HttpClientData::setCurlAnswerEvaluator(std::shared_ptr<CurlAnswerEvaluator> evaluator) {
+    if (evaluator == nullptr) {
+        evaluator = std::make_shared<CurlAnswerEvaluator>();
+    }
+    const ScopedLock lock(mutex_);
+    curlAnswerEvaluator_ = std::move(evaluator);
+}
+
+}  // namespace zeb::http

@@ -1,0 +1,7 @@
+#include "http/HttpClientListener.h"
+
+namespace zeb::http {
+
+HttpClientListener::~HttpClientListener() = default;
+
+}  // namespace zeb::http

@@ -1,0 +1,125 @@
+#pragma once
+
+#include "core/Export.h"
+#include "core/Mutex.h"
+#include "http/EdgeTransformer.h"
+#include "http/FailedUrlInfo.h"
+#include "http/HttpClientResult.h"
+#include "http/RequestWrapper.h"
+#include "http/Response.h"
+#include "http/SSLData.h"
+
+#include <cstddef>
+#include <cstdint>
+#include <deque>
+#include <memory>
+#include <string>
+#include <vector>
+
+struct curl_slist;
+
+namespace zeb::ip {
+class IpFamilyPreferencePolicy;
+}
+
+namespace zeb::http {
+
+class CertVerifier;
+class CommonCriteriaUsagePolicy;
+class EasyCURLConnection;
+class HttpClientData;
+class Request;
+struct HttpRequestOptions;
+
+/// Everything about one run of a request. It is the Response that the transfer writes into, and the one
+/// object that libcurl's callbacks are given. While the transfer runs it owns the client's easy handle.
+///
+/// connectionMutex_ guards the ownership of the handle, failoverMutex_ the failover URLs; all else belongs to
+/// the one thread that runs the transfer.
+class ZEBNETUTILS_EXPORT HttpRequestData : public Response {
+public:
+    HttpRequestData(std::shared_ptr<Request> request, std::shared_ptr<CertVerifier> certVerifier);
+    /// Gives the handle back, so that a dropped request can't keep it.
+    ~HttpRequestData() override;
+
+    HttpRequestData(const HttpRequestData&) = delete;
+    HttpRequestData& operator=(const HttpRequestData&) = delete;
+
+    RequestWrapper& getWrapper() { return wrapper_; }
+    const RequestWrapper& getWrapper() const { return wrapper_; }
+    const std::shared_ptr<Request>& getRequest() const { return wrapper_.request; }
+    /// Unique in the process, from 0 on.
+    std::uint32_t getRequestId() const { return requestId_; }
+    /// "#" and the id: how log lines name the request.
+    std::string formattedRequestID() const;
+    SSLData& getSSLData() { return sslData_; }
+
+    std::size_t getTotalDataReceived() const { return totalDataReceived_; }
+    void addTotalDataReceived(std::size_t count) { totalDataReceived_ += count; }
+
+    EdgeTransformer::TransformRequestResult::Result getEdgeTransformResult() const {
+        return edgeTransformResult_;
+    }
+    void setEdgeTransformResult(EdgeTransformer::TransformRequestResult::Result result) {
+        edgeTransformResult_ = result;
+    }
+
+    /// Takes the handle; changes nothing when one is owned already.
+    void consumeEasyCURLConnection(std::shared_ptr<EasyCURLConnection> connection,
+                                   std::shared_ptr<HttpClientData> clientData);
+    /// Gives the handle back to the client it came from, once.
+    void returnEasyCURLConnection();
+    bool ownsEasyCURLConnection() const;
+    /// Null when no handle is owned.
+    std::shared_ptr<EasyCURLConnection> getCurlConnection() const;
+
+    bool hasFailoverUrl() const;
+    /// The URLs to go on with, in this order, when the one before fails. Forgets earlier failures.
+    void setFailoverUrls(const std::deque<std::string>& urls);
+    std::vector<FailedUrlInfo> getFailedUrlInfo() const;
+    /// Notes that the present URL failed, makes the next one the options' URL, and drops what was derived
+    /// from the former.
+    void switchToNextUrl(HttpClientResult::Result result);
+
+    void setIpFamilyPreferencePolicy(std::shared_ptr<ip::IpFamilyPreferencePolicy> policy);
+    void setIpFamilyPreferencePolicyCanBeIgnored(bool canBeIgnored);
+    /// On the owned handle: SUCCESS, POLICY_NOT_AVAILABLE_ERROR or POLICY_NOT_ENFORCED_ERROR.
+    HttpClientResult::Result enforceIpFamilyPreferencePolicy();
+    void setCommonCriteriaUsagePolicy(std::shared_ptr<CommonCriteriaUsagePolicy> policy);
+    void setCommonCriteriaUsageCanBeIgnored(bool canBeIgnored);
+    HttpClientResult::Result enforceCommonCriteriaUsagePolicy();
+
+    /// Held by the thread that runs the request, but for the time in which the request is parked.
+    Mutex& getRunMutex() { return runMutex_; }
+
+    curl_slist* getConnectToList() const { return connectToList_; }
+    /// Takes the list over and frees the former one.
+    void setConnectToList(curl_slist* list);
+
+private:
+    void readIdentity(const HttpRequestOptions& options);
+    void switchUrls(HttpClientResult::Result result);
+    void* easyHandle() const;
+
+    Mutex runMutex_;
+    RequestWrapper wrapper_;
+    const std::uint32_t requestId_;
+    SSLData sslData_;
+    std::size_t totalDataReceived_ = 0;
+    EdgeTransformer::TransformRequestResult::Result edgeTransformResult_ =
+        EdgeTransformer::TransformRequestResult::UNKNOWN;
+    std::shared_ptr<EasyCURLConnection> curlConnection_;
+    bool ownsConnection_ = false;
+    mutable Mutex connectionMutex_;
+    std::shared_ptr<HttpClientData> clientData_;
+    std::shared_ptr<ip::IpFamilyPreferencePolicy> ipFamilyPreferencePolicy_;
+    bool ipFamilyPreferencePolicyCanBeIgnored_ = true;
+    std::deque<std::string> failoverUrls_;
+    std::vector<FailedUrlInfo> failedUrlInfo_;
+    mutable Mutex failoverMutex_;
+    std::shared_ptr<CommonCriteriaUsagePolicy> commonCriteriaUsagePolicy_;
+    bool commonCriteriaUsageCanBeIgnored_ = true;
+    curl_slist* connectToList_ = nullptr;
+};
+
+}  // namespace zeb::http

@@ -1,0 +1,76 @@
+#include "ip/NumericAddress.h"
+
+#include "ip/ScopedWinSockInitialiser.h"
+
+#include <algorithm>
+#include <memory>
+#include <netdb.h>
+#include <netinet/in.h>
+#include <string>
+#include <sys/socket.h>
+
+namespace zeb::ip {
+namespace {
+
+struct AddrInfoDeleter {
+    void operator()(addrinfo* list) const { freeaddrinfo(list); }
+};
+using AddrInfoPtr = std::unique_ptr<addrinfo, AddrInfoDeleter>;
+
+bool isDigit(char c) {
+    return c >= '0' && c <= '9';
+}
+
+bool isHexDigit(char c) {
+    return isDigit(c) || (c >= 'a' && c <= 'f') || (c >= 'A' && c <= 'F');
+}
+
+/// One to four numbers between dots, each decimal, octal or hexadecimal, each beginning with a digit.
+bool hasIpv4Characters(std::string_view text) {
+    return !text.empty() && isDigit(text.front()) && std::all_of(text.begin(), text.end(), [](char c) {
+        return isHexDigit(c) || c == '.' || c == 'x' || c == 'X';
+    });
+}
+
+/// At least two colons between groups of hexadecimal digits, perhaps an IPv4 address at the end, perhaps a
+/// "%" and a scope, whose characters nobody restricts.
+bool hasIpv6Characters(std::string_view text) {
+    const std::string_view address = text.substr(0, text.find('%'));
+    return address.size() < INET6_ADDRSTRLEN && std::count(address.begin(), address.end(), ':') >= 2 &&
+           std::all_of(address.begin(), address.end(),
+                       [](char c) { return isHexDigit(c) || c == '.' || c == ':'; });
+}
+
+NumericFamily askResolver(const std::string& text) {
+    const ScopedWinSockInitialiser sockets;
+    addrinfo hints{};
+    hints.ai_family = AF_UNSPEC;
+    hints.ai_flags = AI_NUMERICHOST;
+    addrinfo* list = nullptr;
+    if (getaddrinfo(text.c_str(), nullptr, &hints, &list) != 0 || list == nullptr) {
+        return NumericFamily::NONE;
+    }
+    const AddrInfoPtr result(list);
+    switch (result->ai_family) {
+        case AF_INET:
+            return NumericFamily::IPV4;
+        case AF_INET6:
+            return NumericFamily::IPV6;
+        default:
+            return NumericFamily::NONE;
+    }
+}
+
+}  // namespace
+
+NumericFamily numericFamily(std::string_view text) {
+    if (!hasIpv4Characters(text) && !hasIpv6Characters(text)) {
+        return NumericFamily::NONE;
+    }
+    if (text.find('\0') != std::string_view::npos) {  // one can hide in a scope
+        return NumericFamily::NONE;
+    }
+    return askResolver(std::string(text));
+}
+
+}  // namespace zeb::ip

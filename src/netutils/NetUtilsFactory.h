@@ -1,0 +1,43 @@
+#pragma once
+
+#include "core/Export.h"
+
+#include <memory>
+
+namespace zeb {
+class ThreadPool;
+}
+namespace zeb::cert {
+class CertVerifier;
+}
+namespace zeb::http {
+class BasicHttpClient;
+}
+
+namespace zeb::netutils {
+
+/// Where hosts get their clients from. Call GlobalInit before the first one. Any thread may call.
+///
+/// A client made here without a certificate verifier refuses every server certificate: an https request then
+/// ends with CERTIFICATE_VALIDATION_ERROR.
+class ZEBNETUTILS_EXPORT NetUtilsFactory {
+public:
+    /// The bounds of the pool that a client gets of its own. Its threads end after 60 idle seconds.
+    static const unsigned int MIN_DEFAULT_THREADPOOL_SIZE;
+    static const unsigned int MAX_DEFAULT_THREADPOOL_SIZE;
+
+    /// Writes the banner to the log, the first time in the process.
+    NetUtilsFactory();
+
+    /// With a pool and a verifier of its own.
+    std::shared_ptr<http::BasicHttpClient> createBasicHttpClient();
+    /// With a pool of its own and the given verifier.
+    std::shared_ptr<http::BasicHttpClient> createBasicHttpClient(
+        std::shared_ptr<cert::CertVerifier> certVerifier);
+    /// With the given pool, which other clients may share, and a verifier of its own.
+    std::shared_ptr<http::BasicHttpClient> createBasicHttpClient(std::shared_ptr<ThreadPool> threadPool);
+    std::shared_ptr<http::BasicHttpClient> createBasicHttpClient(
+        std::shared_ptr<cert::CertVerifier> certVerifier, std::shared_ptr<ThreadPool> threadPool);
+};
+
+}  // namespace zeb::netutils

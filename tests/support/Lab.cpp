@@ -1,0 +1,58 @@
+#include "support/Lab.h"
+
+#include <cstdlib>
+
+namespace zeb::test {
+namespace {
+
+std::string environment(const char* name) {
+    const char* value = std::getenv(name);
+    return value == nullptr ? std::string() : std::string(value);
+}
+
+}  // namespace
+
+void requireLab() {
+    if (environment("ZEB_LAB") == "1") {
+        return;
+    }
+    const std::string reason = environment("ZEB_LAB_MISSING");
+    GTEST_SKIP() << "No lab: " << (reason.empty() ? "run it by './run test' or 'lab/enter'" : reason);
+}
+
+namespace lab {
+
+std::string url(const std::string& path) {
+    return url(ORIGIN, path);
+}
+
+std::string secureUrl(const std::string& path) {
+    return secureUrl(ORIGIN, path);
+}
+
+std::string url(const std::string& host, const std::string& path) {
+    return "http://" + host + path;
+}
+
+std::string secureUrl(const std::string& host, const std::string& path) {
+    return "https://" + host + path;
+}
+
+std::string rawUrl(const std::string& path) {
+    return "http://" + ORIGIN + ":8100" + path;
+}
+
+std::string authorityFile() {
+    return environment("ZEB_LAB_CA");
+}
+
+std::string directory() {
+    return environment("ZEB_LAB_DIR");
+}
+
+bool hasIpv6() {
+    return environment("ZEB_LAB_IPV6") == "1";
+}
+
+}  // namespace lab
+}  // namespace zeb::test

@@ -1,0 +1,59 @@
+#include "core/BlockingTask.h"
+#include "core/Event.h"
+#include "core/Task.h"
+
+#include <memory>
+#include <string>
+#include <thread>
+
+#include <gmock/gmock.h>
+
+namespace zeb::test {
+
+/// Not in the anonymous namespace: its name is looked at.
+class PlainTask : public Task {
+public:
+    void execute() override { ++runs; }
+    int runs = 0;
+};
+
+namespace {
+
+class NamedTask : public PlainTask {
+public:
+    std::string name() const override { return "Named"; }
+};
+
+TEST(TaskTest, ItsNameIsThatOfItsDynamicType) {
+    const std::shared_ptr<Task> task = std::make_shared<PlainTask>();
+    EXPECT_EQ("zeb::test::PlainTask", task->name());
+}
+
+TEST(TaskTest, ADerivedTaskMayNameItself) {
+    const std::shared_ptr<Task> task = std::make_shared<NamedTask>();
+    EXPECT_EQ("Named", task->name());
+}
+
+TEST(BlockingTaskTest, ItsNameIsBTAndTheNameOfTheWrappedTask) {
+    EXPECT_EQ("BT-Named", BlockingTask(std::make_shared<NamedTask>()).name());
+    EXPECT_EQ("BT-zeb::test::PlainTask", BlockingTask(std::make_shared<PlainTask>()).name());
+}
+
+TEST(BlockingTaskTest, ItRunsTheWrappedTaskOnceAndThenLetsTheWaiterGo) {
+    const auto wrapped = std::make_shared<PlainTask>();
+    BlockingTask task(wrapped);
+    Event passed(false);
+    std::thread waiter([&] {
+        task.wait();
+        EXPECT_EQ(1, wrapped->runs);
+        passed.set();
+    });
+    EXPECT_FALSE(passed.timedWait(20));
+    task.execute();
+    EXPECT_TRUE(passed.wait());
+    waiter.join();
+    EXPECT_EQ(1, wrapped->runs);
+}
+
+}  // namespace
+}  // namespace zeb::test
