@@ -75,6 +75,9 @@ struct ZEBNETUTILS_EXPORT HttpRequestOptions {
     /// Request headers in order; never null unless the host makes it so.
     std::shared_ptr<HttpHeaders> headers;
     std::vector<common::Cookie> cookies;
+    /// Send the cookies in the Cookie header as they are, whatever host they belong to, rather than through
+    /// the cookie engine.
+    bool cookieMandatory = false;
     /// May be null.
     std::shared_ptr<Credentials> credentials;
     /// True when `identities` are to be found in the server's certificate.
@@ -91,28 +94,22 @@ struct ZEBNETUTILS_EXPORT HttpRequestOptions {
     long loggingOptions = 0;
     /// The connection is closed after the transfer.
     bool forbidReuse = false;
+    /// The request has been transformed for the edge. Set by the transformation.
+    bool edgeRequest = false;
 
     /// "GET", "POST", "PUT", "DELETE", "OPTIONS", else "unknown".
     std::string methodName() const;
 
-    /// Send the cookies in the Cookie header as they are, whatever host they belong to, rather than through
-    /// the cookie engine.
-    void setCookieMandatory(bool mandatory) { cookieMandatory_ = mandatory; }
-    bool isCookieMandatory() const { return cookieMandatory_; }
-
-    /// The request has been transformed for the edge.
-    void setEdgeRequest(bool edgeRequest) { edgeRequest_ = edgeRequest; }
-    bool isEdgeRequest() const { return edgeRequest_; }
+    void setCookieMandatory(bool mandatory) { cookieMandatory = mandatory; }
+    bool isCookieMandatory() const { return cookieMandatory; }
+    void setEdgeRequest(bool transformed) { edgeRequest = transformed; }
+    bool isEdgeRequest() const { return edgeRequest; }
 
     /// "[acceptable cryptographic protocols] " and the names of the bits.
     std::string acceptableTlsVersionsAsString() const;
     /// "[Logging Options] " and the names of the bits; NO_URL_PATH prints nothing.
     std::string loggingOptionAsString() const;
     bool isLoggingOptionSet(long option) const { return (option & loggingOptions) != 0; }
-
-private:
-    bool cookieMandatory_ = false;
-    bool edgeRequest_ = false;
 };
 
 }  // namespace zeb::http

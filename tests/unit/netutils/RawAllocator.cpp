@@ -85,6 +85,8 @@ void RawAllocator::remove(Block* block) {
     std::replace(std::begin(blocks), std::end(blocks), block, static_cast<Block*>(nullptr));
 }
 
+// The linker prescribes these names.
+// NOLINTBEGIN(bugprone-reserved-identifier,cert-dcl37-c,cert-dcl51-cpp)
 extern "C" {
 
 void* __real_malloc(std::size_t size);
@@ -111,7 +113,7 @@ char* __wrap_strdup(const char* text) {
     if (!RawAllocator::takeAnswer(answer)) {
         return __real_strdup(text);
     }
-    return answer == nullptr ? nullptr : std::strcpy(static_cast<char*>(answer), text);
+    return answer == nullptr ? nullptr : static_cast<char*>(std::memcpy(answer, text, std::strlen(text) + 1));
 }
 
 void __wrap_free(void* pointer) {
@@ -129,5 +131,6 @@ void* __wrap__Znwm(std::size_t size) {
 }
 
 }  // extern "C"
+// NOLINTEND(bugprone-reserved-identifier,cert-dcl37-c,cert-dcl51-cpp)
 
 }  // namespace zeb::netutils::test
