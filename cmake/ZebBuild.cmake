@@ -37,10 +37,15 @@ if(ZEB_SANITIZER)
     target_link_options(zeb_options INTERFACE ${ZEB_SANITIZER})
     target_compile_definitions(zeb_options INTERFACE ZEB_SANITIZED)
 endif()
+# A shared library that misses a symbol fails when it is linked. Not so under clang's sanitizers, whose runtime
+# comes with the executable.
+set(ZEB_NO_UNDEFINED -Wl,--no-undefined)
 if(ZEBNETUTILS_FUZZ)
+    set(ZEB_NO_UNDEFINED "")
     # Coverage for the library as well as for the targets; the fuzzer's main comes with the targets.
     target_compile_options(zeb_options INTERFACE -fsanitize=fuzzer-no-link,address,undefined
                            -fno-sanitize-recover=undefined)
-    target_link_options(zeb_options INTERFACE -fsanitize=address,undefined)
+    # clang leaves the sanitizers' symbols of a shared library to the executable: the last of -z defs and undefs wins.
+    target_link_options(zeb_options INTERFACE -fsanitize=address,undefined -Wl,-z,undefs)
     target_compile_definitions(zeb_options INTERFACE ZEB_SANITIZED)
 endif()

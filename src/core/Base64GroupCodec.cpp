@@ -3,12 +3,20 @@
 #include "core/Encoding.h"
 
 #include <cstring>
+#include <endian.h>
 
 namespace zeb {
 
 namespace {
 
 constexpr std::uint32_t INVALID = 0xFF000000U;  // above the 24 bits of a group
+constexpr unsigned int PAIR_MASK = 0xFFFU;
+
+std::uint64_t readBigEndian(const unsigned char* bytes) {
+    std::uint64_t value = 0;
+    std::memcpy(&value, bytes, sizeof(value));
+    return be64toh(value);
+}
 
 }  // namespace
 
@@ -26,11 +34,19 @@ Base64GroupCodec::Base64GroupCodec(const Encoding& encoding) : pairs_(), charact
 }
 
 void Base64GroupCodec::encodeGroups(const unsigned char* in, std::size_t groups, char* out) const {
+    // Two groups at a time: their 48 bits stand at the head of eight bytes, which a third group makes
+    // readable.
+    for (; groups > 2; groups -= 2, in += 6, out += 8) {
+        const std::uint64_t bits = readBigEndian(in);
+        std::memcpy(out, pairs_[bits >> 52U].data(), 2);
+        std::memcpy(out + 2, pairs_[(bits >> 40U) & PAIR_MASK].data(), 2);
+        std::memcpy(out + 4, pairs_[(bits >> 28U) & PAIR_MASK].data(), 2);
+        std::memcpy(out + 6, pairs_[(bits >> 16U) & PAIR_MASK].data(), 2);
+    }
     for (; groups > 0; --groups, in += 3, out += 4) {
-        const unsigned int high = (in[0] << 4U) | (in[1] >> 4U);
-        const unsigned int low = ((in[1] & 0x0FU) << 8U) | in[2];
-        std::memcpy(out, pairs_[high].data(), 2);
-        std::memcpy(out + 2, pairs_[low].data(), 2);
+        const unsigned int bits = (static_cast<unsigned int>(in[0]) << 16U) | (in[1] << 8U) | in[2];
+        std::memcpy(out, pairs_[bits >> 12U].data(), 2);
+        std::memcpy(out + 2, pairs_[bits & PAIR_MASK].data(), 2);
     }
 }
 

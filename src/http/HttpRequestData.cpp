@@ -30,21 +30,21 @@ std::uint32_t nextRequestId() {
 HttpRequestData::HttpRequestData(std::shared_ptr<Request> request, std::shared_ptr<CertVerifier> certVerifier)
     : wrapper_(std::move(request)), requestId_(nextRequestId()) {
     sslData_.certVerifier = std::move(certVerifier);
-    readIdentity();
+    if (getRequest() != nullptr && getRequest()->getOptions() != nullptr) {
+        const HttpRequestOptions& options = *getRequest()->getOptions();
+        readIdentity(options);
+        failoverUrls_.assign(options.failoverUrls.begin(), options.failoverUrls.end());
+    }
 }
 
-void HttpRequestData::readIdentity() {
-    if (getRequest() == nullptr || getRequest()->getOptions() == nullptr) {
-        return;
-    }
-    const std::shared_ptr<HttpRequestOptions> options = getRequest()->getOptions();
-    if (options->useProvidedIdentity && options->identities.empty()) {
+void HttpRequestData::readIdentity(const HttpRequestOptions& options) {
+    if (options.useProvidedIdentity && options.identities.empty()) {
         ZEB_LOG_WARNING(log::httpClient(),
                         "Received a malformed request options! useProvidedIdentity flag is set but empty "
                             << "identities vector is provided");
     }
-    if (options->useProvidedIdentity) {
-        for (const std::string& identity : options->identities) {
+    if (options.useProvidedIdentity) {
+        for (const std::string& identity : options.identities) {
             if (identity.empty()) {
                 ZEB_LOG_ERROR(
                     log::httpClient(),
@@ -56,12 +56,12 @@ void HttpRequestData::readIdentity() {
             sslData_.referenceIdentifiers.push_back(identity);
         }
     }
-    if (!options->identifierToDisplay.empty()) {
+    if (!options.identifierToDisplay.empty()) {
         ZEB_LOG_DEBUG(log::httpClient(), "using display identifier provided : "
-                                             << ZEBLogger_replacePIIData(options->identifierToDisplay));
-        sslData_.identifierToDisplay = options->identifierToDisplay;
+                                             << ZEBLogger_replacePIIData(options.identifierToDisplay));
+        sslData_.identifierToDisplay = options.identifierToDisplay;
     }
-    sslData_.identityMatchModel = options->certIdentityValidationModel;
+    sslData_.identityMatchModel = options.certIdentityValidationModel;
 }
 
 HttpRequestData::~HttpRequestData() {

@@ -29,6 +29,7 @@ class CommonCriteriaUsagePolicy;
 class EasyCURLConnection;
 class HttpClientData;
 class Request;
+struct HttpRequestOptions;
 
 /// Everything about one run of a request. It is the Response that the transfer writes into, and the one
 /// object that libcurl's callbacks are given. While the transfer runs it owns the client's easy handle.
@@ -91,16 +92,21 @@ public:
     /// Held by the thread that runs the request, but for the time in which the request is parked.
     Mutex& getRunMutex() { return runMutex_; }
 
+    /// Whoever waited for the request has its answer: a run after that is nobody's. Under the run mutex.
+    bool isAnswered() const { return answered_; }
+    void setAnswered() { answered_ = true; }
+
     curl_slist* getConnectToList() const { return connectToList_; }
     /// Takes the list over and frees the former one.
     void setConnectToList(curl_slist* list);
 
 private:
-    void readIdentity();
+    void readIdentity(const HttpRequestOptions& options);
     void switchUrls(HttpClientResult::Result result);
     void* easyHandle() const;
 
     Mutex runMutex_;
+    bool answered_ = false;
     RequestWrapper wrapper_;
     const std::uint32_t requestId_;
     SSLData sslData_;

@@ -55,6 +55,9 @@ struct ZEBNETUTILS_EXPORT HttpRequestOptions {
 
     /// Where to. Rewritten in place by the edge transformation, by percent-encoding and by a failover.
     std::string url;
+    /// Where to go on, in this order, when a server can't be reached or fails the transfer; each is asked once.
+    /// Another status than 200 is an answer, not a failure. The edge transformation puts its own list in place.
+    std::vector<std::string> failoverUrls;
     /// The text that POST and PUT send.
     SecureString body;
     /// The bytes that POST and PUT send when `body` is empty.

@@ -43,6 +43,11 @@ std::string_view between(std::string_view text, std::size_t start, std::size_t s
     return text.substr(start, stop - start);
 }
 
+std::size_t findEither(std::string_view text, char one, char other, std::size_t start) {
+    const std::size_t first = text.find(one, start);
+    return std::min(first, text.substr(0, first).find(other, start));
+}
+
 /// "[" and "]" in the wrong order have nothing between them; the text then stays as it is.
 std::string_view insideBrackets(std::string_view authority) {
     const std::size_t open = authority.find('[');
@@ -65,14 +70,14 @@ std::string_view hostOf(std::string_view url) {
         return {};
     }
     if (!hasIpv6Authority(url)) {
-        return between(url, start, url.find_first_of("/:", start));
+        return between(url, start, findEither(url, '/', ':', start));
     }
     ZEB_LOG_DEBUG(log::http(), "URL is IPv6");
     if (url.find('[') !=
         NOT_FOUND) {  // wherever it stands: nothing but brackets is expected around an address
         ++start;
     }
-    return between(url, start, url.find_first_of("/]", start));
+    return between(url, start, findEither(url, '/', ']', start));
 }
 
 /// Where the search for the port's ":" begins, or NOT_FOUND when there can be no port.
@@ -132,7 +137,7 @@ std::string HttpUtils::extractHostnameFromStr(const std::string& text) {
         return {};
     }
     const std::size_t start = hostStart(text);
-    const std::size_t end = text.find_first_of("/:", start);
+    const std::size_t end = findEither(text, '/', ':', start);
     const std::string_view host = between(text, start, end);
     // An address that nothing follows isn't looked at as one: "10.1.2.3" is cut like a name.
     if (end != NOT_FOUND && ip::numericFamily(host) != ip::NumericFamily::NONE) {
@@ -146,7 +151,7 @@ std::string HttpUtils::extractFqdnFromStr(const std::string& text) {
         return {};
     }
     const std::size_t start = hostStart(text);
-    return std::string(between(text, start, text.find_first_of("/:", start)));
+    return std::string(between(text, start, findEither(text, '/', ':', start)));
 }
 
 unsigned int HttpUtils::extractPortFromHttpUrl(const std::string& url) {
@@ -197,6 +202,9 @@ std::string HttpUtils::encodeForHttp(const std::string& url) {
     }
     static constexpr char HEX[] = "0123456789ABCDEF";
     const auto encodedBytes = static_cast<std::size_t>(std::count_if(url.begin(), url.end(), mustBeEncoded));
+    if (encodedBytes == 0) {
+        return url;
+    }
     std::string encoded;
     encoded.reserve(url.size() + 2 * encodedBytes);
     for (const char c : url) {

@@ -9,10 +9,11 @@
 #include <atomic>
 #include <cstdlib>
 #include <cstring>
-#include <memory_resource>
 #include <new>
 #include <optional>
 #include <unordered_map>
+#include <utility>
+#include <vector>
 
 namespace zeb::netutils {
 
@@ -27,8 +28,8 @@ namespace {
         }                                            \
     } while (false)
 
-/// Which blocks libcurl holds. A node of the map comes out of a pool, so that under each allocation of
-/// libcurl there isn't a second one.
+/// Which blocks libcurl holds. The nodes of entries that have gone are kept for those to come, so that under
+/// an allocation of libcurl there isn't a second one.
 class MemoryMap {
 public:
     enum class Outcome { ADDED, DUPLICATE, NO_MEMORY };
@@ -38,7 +39,7 @@ public:
     Outcome add(void* block, unsigned long size, unsigned long replacedSize) noexcept {
         const ScopedLock lock(mutex_);
         try {
-            const bool added = blocks_.try_emplace(block, size).second;
+            const bool added = insertLocked(block, size);
             bytesInUse_ += size;
             bytesInUse_ -= replacedSize;
             return added ? Outcome::ADDED : Outcome::DUPLICATE;
@@ -67,19 +68,36 @@ public:
     }
 
 private:
+    using Blocks = std::unordered_map<void*, unsigned long>;
+
+    bool insertLocked(void* block, unsigned long size) {
+        if (spares_.empty()) {
+            return blocks_.try_emplace(block, size).second;
+        }
+        Blocks::node_type node = std::move(spares_.back());
+        spares_.pop_back();
+        node.key() = block;
+        node.mapped() = size;
+        return blocks_.insert(std::move(node)).inserted;
+    }
+
     std::optional<unsigned long> takeLocked(void* block) noexcept {
         const auto found = blocks_.find(block);
         if (found == blocks_.end()) {
             return std::nullopt;
         }
         const unsigned long size = found->second;
-        blocks_.erase(found);
+        Blocks::node_type node = blocks_.extract(found);
+        try {
+            spares_.push_back(std::move(node));
+        } catch (const std::bad_alloc&) {  // then the node goes
+        }
         return size;
     }
 
     Mutex mutex_;  ///< guards all below
-    std::pmr::unsynchronized_pool_resource pool_;
-    std::pmr::unordered_map<void*, unsigned long> blocks_{&pool_};
+    Blocks blocks_;
+    std::vector<Blocks::node_type> spares_;  ///< never more than there once were entries
     std::uint64_t bytesInUse_ = 0;
 };
 

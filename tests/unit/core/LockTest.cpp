@@ -8,6 +8,7 @@
 #include <cerrno>
 #include <cstddef>
 #include <new>
+#include <optional>
 #include <sstream>
 #include <string>
 #include <thread>
@@ -15,30 +16,36 @@
 
 #include <gmock/gmock.h>
 
+/// The sanitizer reports what the test is about, although a recursive mutex answers it with EPERM.
+#ifdef __SANITIZE_THREAD__
+#define SKIP_UNDER_THREAD_SANITIZER() GTEST_SKIP() << "A release by another than the holder is reported."
+#else
+#define SKIP_UNDER_THREAD_SANITIZER() static_cast<void>(0)
+#endif
+
 namespace zeb::test {
 namespace {
 
-/// What another thread gets when it releases the mutex: EPERM whenever that thread isn't the holder.
-int unlockElsewhere(Mutex& mutex) {
-    int result = 0;
-    std::thread([&] { result = mutex.unlock(); }).join();
-    return result;
-}
+/// A thread that wants the mutex.
+class Contender {
+public:
+    explicit Contender(Mutex& mutex)
+        : thread_([this, &mutex] {
+              const ScopedLock lock(mutex);
+              entered_.set();
+          }) {}
+    ~Contender() { thread_.join(); }
+    Contender(const Contender&) = delete;
+    Contender& operator=(const Contender&) = delete;
 
-/// True when another thread is let in within a moment.
-bool isFree(Mutex& mutex) {
-    Event entered(false);
-    std::thread other([&] {
-        const ScopedLock lock(mutex);
-        entered.set();
-    });
-    const bool free = entered.timedWait(50);
-    if (!free) {
-        mutex.unlock();
-    }
-    other.join();
-    return free;
-}
+    /// True when it has been let in, within a moment if need be.
+    bool isIn() { return entered_.timedWait(50); }
+    void awaitEntry() { entered_.wait(); }
+
+private:
+    Event entered_{false};
+    std::thread thread_;
+};
 
 std::string textOf(const RWLock& lock) {
     std::ostringstream text;
@@ -64,15 +71,19 @@ TEST(MutexTest, ItIsFreeOnlyWhenReleasedAsOftenAsTaken) {
     Mutex mutex;
     mutex.lock();
     mutex.lock();
+    Contender other(mutex);
+    EXPECT_FALSE(other.isIn());
     mutex.unlock();
-    EXPECT_FALSE(isFree(mutex));  // which releases it for the second time
-    EXPECT_TRUE(isFree(mutex));
+    EXPECT_FALSE(other.isIn());
+    mutex.unlock();
+    other.awaitEntry();
 }
 
-TEST(MutexTest, ReleasingWhatAnotherThreadHoldsAnswersThePosixError) {
+TEST(MutexTest, ReleasingWhatOneDoesNotHoldAnswersThePosixError) {
+    SKIP_UNDER_THREAD_SANITIZER();
     Mutex mutex;
     mutex.lock();
-    EXPECT_EQ(EPERM, unlockElsewhere(mutex));
+    std::thread([&] { EXPECT_EQ(EPERM, mutex.unlock()); }).join();
     EXPECT_EQ(0, mutex.unlock());
     EXPECT_EQ(EPERM, mutex.unlock());
 }
@@ -110,13 +121,22 @@ TEST(MutexTest, ADestroyedMutexAnswersOneAndDoesNothing) {
 
 TEST(ScopedLockTest, ItHoldsTheMutexToTheEndOfTheScope) {
     Mutex mutex;
+    std::optional<Contender> other;
     {
         const ScopedLock lock(mutex);
-        EXPECT_EQ(EPERM, unlockElsewhere(mutex));
-        mutex.lock();
-        EXPECT_EQ(0, mutex.unlock());
+        other.emplace(mutex);
+        EXPECT_FALSE(other->isIn());
     }
-    EXPECT_EQ(EPERM, mutex.unlock());
+    other->awaitEntry();
+}
+
+TEST(ScopedLockTest, UnlockReleasesEarly) {
+    Mutex mutex;
+    ScopedLock lock(mutex);
+    Contender other(mutex);
+    EXPECT_FALSE(other.isIn());
+    EXPECT_EQ(0, lock.unlock());
+    other.awaitEntry();
 }
 
 TEST(ScopedLockTest, UnlockThenDestructionReleasesTheMutexOnceOnly) {
@@ -126,19 +146,26 @@ TEST(ScopedLockTest, UnlockThenDestructionReleasesTheMutexOnceOnly) {
         ScopedLock lock(mutex);
         EXPECT_EQ(0, lock.unlock());
     }
-    EXPECT_EQ(0, mutex.unlock()) << "the outer lock is still held";
-    EXPECT_EQ(EPERM, mutex.unlock());
+    Contender other(mutex);
+    EXPECT_FALSE(other.isIn()) << "the outer lock is still held";
+    EXPECT_EQ(0, mutex.unlock());
+    other.awaitEntry();
 }
 
-TEST(ScopedLockTest, ASecondUnlockAnswersZero) {
+TEST(ScopedLockTest, ASecondUnlockAnswersZeroAndReleasesNothing) {
     Mutex mutex;
+    mutex.lock();
     ScopedLock lock(mutex);
     EXPECT_EQ(0, lock.unlock());
     EXPECT_EQ(0, lock.unlock());
-    EXPECT_EQ(EPERM, mutex.unlock());
+    Contender other(mutex);
+    EXPECT_FALSE(other.isIn()) << "the outer lock is still held";
+    EXPECT_EQ(0, mutex.unlock());
+    other.awaitEntry();
 }
 
 TEST(ScopedLockTest, UnlockAnswersTheErrorOfTheMutex) {
+    SKIP_UNDER_THREAD_SANITIZER();
     Mutex mutex;
     ScopedLock lock(mutex);
     mutex.unlock();

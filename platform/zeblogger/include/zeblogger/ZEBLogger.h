@@ -66,7 +66,7 @@ public:
     LogController(const LogController&) = delete;
     LogController& operator=(const LogController&) = delete;
 
-    /// The level of all loggers, those made later too. Initially ZEBLOG_WARNING.
+    /// The level of all loggers, those made later too. Initially ZEBLOG_WARNING; 0 writes nothing at all.
     void setLevel(int level);
     /// The level of one logger alone, made if need be. The next setLevel(int) overrides it.
     void setLevel(const std::string& logger, int level);

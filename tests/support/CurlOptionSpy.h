@@ -1,0 +1,46 @@
+#pragma once
+
+#include <cstddef>
+#include <mutex>
+#include <optional>
+#include <vector>
+
+namespace zeb::test {
+
+/// Sees every curl_easy_setopt of the code under test while it lives, on all threads, and can make one
+/// fail. What it doesn't fail reaches libcurl. One at a time, and only what is linked into the test's own
+/// executable is seen.
+class CurlOptionSpy {
+public:
+    struct Call {
+        void* handle;
+        int option;      ///< a CURLoption
+        void* argument;  ///< of whatever type; a long as its bits
+
+        long number() const { return reinterpret_cast<long>(argument); }
+        const char* text() const { return static_cast<const char*>(argument); }
+    };
+
+    CurlOptionSpy();
+    ~CurlOptionSpy();
+    CurlOptionSpy(const CurlOptionSpy&) = delete;
+    CurlOptionSpy& operator=(const CurlOptionSpy&) = delete;
+
+    /// From now on that option answers with that CURLcode, without libcurl.
+    void fail(int option, int code);
+    /// All calls so far, in order, the failed ones too.
+    std::vector<Call> calls() const;
+    /// The last call of that option.
+    std::optional<Call> last(int option) const;
+
+    /// For the interposed function: notes the call and tells the code to answer with, if any.
+    std::optional<int> note(const Call& call);
+
+private:
+    mutable std::mutex mutex_;  ///< guards what follows
+    std::vector<Call> calls_;
+    std::optional<int> failingOption_;
+    int failure_ = 0;
+};
+
+}  // namespace zeb::test
