@@ -91,25 +91,27 @@ const auto ALL_VALUES = Values(V::USE_IF_REQUIRED, V::NEVER_USE, V::ALWAYS_USE,
                                V::USE_IF_REQUIRED_AUTHENTICATE_WITH_EDGE_TOKEN_AND_LUMEN_COOKIE, NO_VALUE);
 const auto ALL_WORLDS =
     Values(World{false, false}, World{false, true}, World{true, false}, World{true, true});
-const auto ALL_RESULTS =
-    Values(TransformResult::SUCCESS, TransformResult::INVALID_PARAMETERS, TransformResult::MALFORMED_REQUEST,
-           TransformResult::EDGE_ENVIRONMENT_UNAVAILABLE, TransformResult::EDGE_AUTHENTICATION_FAILED,
-           TransformResult::EDGE_TOKEN_EXPIRED, TransformResult::EDGE_PROXY_TOKEN_EXPIRED,
-           TransformResult::EDGE_SSL_CONNECTION_ERROR, TransformResult::EDGE_DISABLED_BY_OVT_POLICY,
-           TransformResult::UNKNOWN);
+const TransformResult::Result ALL_RESULTS[] = {
+    TransformResult::SUCCESS,
+    TransformResult::INVALID_PARAMETERS,
+    TransformResult::MALFORMED_REQUEST,
+    TransformResult::EDGE_ENVIRONMENT_UNAVAILABLE,
+    TransformResult::EDGE_AUTHENTICATION_FAILED,
+    TransformResult::EDGE_TOKEN_EXPIRED,
+    TransformResult::EDGE_PROXY_TOKEN_EXPIRED,
+    TransformResult::EDGE_SSL_CONNECTION_ERROR,
+    TransformResult::EDGE_DISABLED_BY_OVT_POLICY,
+    TransformResult::UNKNOWN,
+};
 
-// The whole table: value, connectivity, result of the transformer
+// The whole table: each value in each world, with each result of the transformer
 
-class EdgePolicyTableTest
-    : public testing::TestWithParam<std::tuple<V::Value, World, TransformResult::Result>> {
+class EdgePolicyTableTest : public testing::TestWithParam<std::tuple<V::Value, World>> {
 protected:
     const V::Value value = std::get<0>(GetParam());
     const World world = std::get<1>(GetParam());
-    const TransformResult::Result transformed = std::get<2>(GetParam());
     const EdgePolicy policy{value};
     const InstalledGlobalEdgeState edge{world.internalAvailable, world.edgeAvailable};
-    const std::shared_ptr<StrictMock<MockEdgeTransformer>> transformer =
-        std::make_shared<StrictMock<MockEdgeTransformer>>();
 };
 
 TEST_P(EdgePolicyTableTest, IsEnforceableAsTheTableSays) {
@@ -117,68 +119,69 @@ TEST_P(EdgePolicyTableTest, IsEnforceableAsTheTableSays) {
 }
 
 TEST_P(EdgePolicyTableTest, OnARequestThatHasNotBeenTransformed) {
-    const auto run = newRun();
-    Enforcing::EnforcingResult expected = Enforcing::NOT_ENFORCEABLE;
-    auto kept = TransformResult::UNKNOWN;
-    if (isEnforceable(value, world)) {
-        expected = Enforcing::SUCCESS;
-        if (value != V::NEVER_USE) {
-            EXPECT_CALL(*transformer, isRequestTransformed(Ref(run->getWrapper()))).WillOnce(Return(false));
-        }
-        if (goesThroughTheEdge(value, world)) {
-            expectTransformation(*transformer, value, run, transformed);
-            if (transformed != TransformResult::SUCCESS) {
-                expected = Enforcing::ENFORCING_FAILURE;
-                kept = transformed;
+    for (const TransformResult::Result transformed : ALL_RESULTS) {
+        SCOPED_TRACE(transformed);
+        const auto transformer = std::make_shared<StrictMock<MockEdgeTransformer>>();
+        const auto run = newRun();
+        Enforcing::EnforcingResult expected = Enforcing::NOT_ENFORCEABLE;
+        auto kept = TransformResult::UNKNOWN;
+        if (isEnforceable(value, world)) {
+            expected = Enforcing::SUCCESS;
+            if (value != V::NEVER_USE) {
+                EXPECT_CALL(*transformer, isRequestTransformed(Ref(run->getWrapper())))
+                    .WillOnce(Return(false));
+            }
+            if (goesThroughTheEdge(value, world)) {
+                expectTransformation(*transformer, value, run, transformed);
+                if (transformed != TransformResult::SUCCESS) {
+                    expected = Enforcing::ENFORCING_FAILURE;
+                    kept = transformed;
+                }
             }
         }
+        EXPECT_EQ(expected, policy.enforce(run, transformer));
+        EXPECT_EQ(kept, run->getEdgeTransformResult());
     }
-    EXPECT_EQ(expected, policy.enforce(run, transformer));
-    EXPECT_EQ(kept, run->getEdgeTransformResult());
 }
 
 TEST_P(EdgePolicyTableTest, OnTheCookiesOfAResponse) {
-    Response response;
-    Enforcing::EnforcingResult expected = Enforcing::NOT_ENFORCEABLE;
-    if (isEnforceable(value, world)) {
-        expected = Enforcing::SUCCESS;
-        if (goesThroughTheEdge(value, world)) {
-            EXPECT_CALL(*transformer, removeTransformedCookies(Ref(response), URL))
-                .WillOnce(Return(transformed));
-            if (transformed != TransformResult::SUCCESS) {
-                expected = Enforcing::ENFORCING_FAILURE;
+    for (const TransformResult::Result removed : ALL_RESULTS) {
+        SCOPED_TRACE(removed);
+        const auto transformer = std::make_shared<StrictMock<MockEdgeTransformer>>();
+        Response response;
+        Enforcing::EnforcingResult expected = Enforcing::NOT_ENFORCEABLE;
+        if (isEnforceable(value, world)) {
+            expected = Enforcing::SUCCESS;
+            if (goesThroughTheEdge(value, world)) {
+                EXPECT_CALL(*transformer, removeTransformedCookies(Ref(response), URL))
+                    .WillOnce(Return(removed));
+                if (removed != TransformResult::SUCCESS) {
+                    expected = Enforcing::ENFORCING_FAILURE;
+                }
             }
         }
+        EXPECT_EQ(expected, policy.enforce(response, URL, transformer));
     }
-    EXPECT_EQ(expected, policy.enforce(response, URL, transformer));
 }
 
-INSTANTIATE_TEST_SUITE_P(All, EdgePolicyTableTest, Combine(ALL_VALUES, ALL_WORLDS, ALL_RESULTS));
-
-class EdgePolicyTransformedTest : public testing::TestWithParam<std::tuple<V::Value, World>> {};
-
-TEST_P(EdgePolicyTransformedTest, ATransformedRequestEnforcedASecondTimeCallsNothing) {
-    const auto [value, world] = GetParam();
-    const InstalledGlobalEdgeState edge(world.internalAvailable, world.edgeAvailable);
+TEST_P(EdgePolicyTableTest, ATransformedRequestEnforcedASecondTimeCallsNothing) {
     const auto transformer = std::make_shared<StrictMock<MockEdgeTransformer>>();
     EXPECT_CALL(*transformer, isRequestTransformed(_)).WillRepeatedly(Return(true));
     const auto run = newRun();
     EXPECT_EQ(isEnforceable(value, world) ? Enforcing::SUCCESS : Enforcing::NOT_ENFORCEABLE,
-              EdgePolicy(value).enforce(run, transformer));
+              policy.enforce(run, transformer));
     EXPECT_EQ(TransformResult::UNKNOWN, run->getEdgeTransformResult());
 }
 
-TEST_P(EdgePolicyTransformedTest, ANullTransformerCountsAsNoEdgeLayer) {
-    const auto [value, world] = GetParam();
-    const InstalledGlobalEdgeState edge(world.internalAvailable, world.edgeAvailable);
+TEST_P(EdgePolicyTableTest, ANullTransformerCountsAsNoEdgeLayer) {
     const bool enforced = isEnforceable(value, world) && !goesThroughTheEdge(value, world);
     const auto expected = enforced ? Enforcing::SUCCESS : Enforcing::NOT_ENFORCEABLE;
-    EXPECT_EQ(expected, EdgePolicy(value).enforce(newRun(), nullptr));
+    EXPECT_EQ(expected, policy.enforce(newRun(), nullptr));
     Response response;
-    EXPECT_EQ(expected, EdgePolicy(value).enforce(response, URL, nullptr));
+    EXPECT_EQ(expected, policy.enforce(response, URL, nullptr));
 }
 
-INSTANTIATE_TEST_SUITE_P(All, EdgePolicyTransformedTest, Combine(ALL_VALUES, ALL_WORLDS));
+INSTANTIATE_TEST_SUITE_P(All, EdgePolicyTableTest, Combine(ALL_VALUES, ALL_WORLDS));
 
 // What the table is about, by example
 
