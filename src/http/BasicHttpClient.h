@@ -23,9 +23,9 @@ public:
     using PolicyDriven::PolicyDriven;
     ~BasicHttpClient() override;
 
-    /// Blocks until the transfer has ended, and waits before for those ahead of it. The response is written
-    /// only when a transfer took place, or when an answer was made in the server's stead (401, 403, 407 of
-    /// the edge).
+    /// Blocks until the transfer has ended, and waits before for those ahead of it. The response is
+    /// overwritten as a whole, whatever the result, unless the edge policy ended the request: then it is left
+    /// alone, but for the code (and body) of an answer made in the server's stead (401, 403, 407).
     virtual HttpClientResult::Result execute(std::shared_ptr<Request> request, Response& response) = 0;
 
     /// Queues the request and answers at once whether it was accepted; the outcome goes to the request's

@@ -59,6 +59,12 @@ public:
         available_.set();
     }
 
+    bool isFilled() {
+        const ScopedLock lock(mutex_);
+        return filled_;
+    }
+
+    /// Waits until there is something.
     HttpRequestResult take() {
         available_.wait();
         const ScopedLock lock(mutex_);
@@ -103,8 +109,9 @@ bool isUnknown(const std::shared_ptr<Policy>& policy) {
 }
 
 void logDisabledByOvtPolicy() {
-    ZEB_LOG_WARNING(log::httpClient(), "HTTP connection is disabled by OVT Policy(No Service). Set response "
-                                           << "code 403");
+    ZEB_LOG_WARNING(log::httpClient(),
+                    "HTTP connection is disabled by OVT Policy(No Service). Set response "
+                    "code 403");
 }
 
 /// Writes the answer that stands for a failed authentication at the edge, with its line in the log.
@@ -121,8 +128,9 @@ void fabricateAuthenticationFailure(TransformResult::Result result, Response& re
             response.responseCode = HTTP_PROXY_AUTHENTICATION_REQUIRED;
             break;
         default:
-            ZEB_LOG_WARNING(log::httpClient(), "Edge policy not enforced. username or password is invalid or "
-                                                   << "expired, set response code 401");
+            ZEB_LOG_WARNING(log::httpClient(),
+                            "Edge policy not enforced. username or password is invalid or "
+                            "expired, set response code 401");
             response.responseCode = HTTP_UNAUTHORIZED;
             break;
     }
@@ -148,11 +156,18 @@ void removeTransformedCookies(const HttpClientData& clientData, HttpRequestData&
     }
 }
 
-/// What a further attempt must not inherit from the one before.
+/// What a further attempt must not inherit from the one before. Redirects stay: every one seen is told.
 void forgetFormerAttempt(HttpRequestData& requestData) {
     SecureStringUtils::ZEBZeroString(requestData.body);
     requestData.responseCode = 0;
+    requestData.headers->clear();
     requestData.getWrapper().lastReportedProgress = 0;
+}
+
+/// The answer that went out shares these with the request: from now on it is the receiver's alone.
+void detachFromAnswer(HttpRequestData& requestData) {
+    requestData.headers = std::make_shared<HttpHeaders>();
+    requestData.redirectUrls = std::make_shared<std::vector<std::string>>();
 }
 
 CURLcode performCurlRequest(const std::shared_ptr<HttpRequestData>& requestData) {
@@ -162,6 +177,11 @@ CURLcode performCurlRequest(const std::shared_ptr<HttpRequestData>& requestData)
     }
     CurlHttpUtils::resetCurlPassword(requestData);
     CurlHttpUtils::logOperationTiming(requestData);
+    if (code == CURLE_WRITE_ERROR && requestData->getRequest()->isCancelled()) {
+        // The header and write callbacks can't abort by any other code. Left as it is, it would stand for a
+        // full disk and send the cancelled request on to its next URL.
+        return CURLE_ABORTED_BY_CALLBACK;
+    }
     return code;
 }
 
@@ -438,7 +458,7 @@ void BasicHttpClientImpl::AsyncTask::execute() {
         fail(HttpClientResult::REQUEST_CANCELLED);
         return;
     }
-    if (!enforceEdgePolicy()) {
+    if (clientData_ != nullptr && !enforceEdgePolicy()) {
         return;
     }
     ZEB_LOG_DEBUG(log::httpClient(),
@@ -618,16 +638,42 @@ HttpClientResult::Result BasicHttpClientImpl::executeImpl(
     performRequest(clientData, requestData, [mailbox](HttpClientResult::Result result, bool finished) {
         mailbox->put(result, finished);
     });
-    // While it is parked the request belongs to the thread that runs the retry.
-    requestData->getRunMutex().unlock();
+    // While it is parked the request belongs to the thread that runs the retry. One that has its result keeps
+    // the mutex: a retry in between would write into the answer.
+    const bool parked = !mailbox->isFilled();
+    if (parked) {
+        requestData->getRunMutex().unlock();
+    }
     const HttpRequestResult outcome = mailbox->take();
-    requestData->getRunMutex().lock();
+    if (parked) {
+        requestData->getRunMutex().lock();
+    }
+    requestData->setAnswered();
     if (outcome.finished) {
         return outcome.result;
     }
     return outcome.result == HttpClientResult::SUCCESS
                ? finishCompletedTransfer(*clientData, requestData)
                : finishFailedTransfer(outcome.result, *clientData, *requestData);
+}
+
+void BasicHttpClientImpl::retryRequest(const std::shared_ptr<HttpClientData>& clientData,
+                                       const std::shared_ptr<HttpRequestData>& requestData,
+                                       const Completion& completion) {
+    const RunLock run(*requestData);
+    const bool answered = requestData->isAnswered();
+    if (answered) {
+        detachFromAnswer(*requestData);
+    }
+    requestData->returnEasyCURLConnection();
+    // A fresh handle: libcurl would remember the refused state of the proxy.
+    clientData->resetEasyCURLConnection();
+    performRequest(clientData, requestData, completion);
+    if (answered) {
+        // Nobody collects this outcome. The handle must not stay with a request that may be parked again.
+        requestData->returnEasyCURLConnection();
+        SecureStringUtils::ZEBZeroString(requestData->body);
+    }
 }
 
 void BasicHttpClientImpl::performRequest(const std::shared_ptr<HttpClientData>& clientData,
@@ -674,20 +720,16 @@ void BasicHttpClientImpl::performRequest(const std::shared_ptr<HttpClientData>& 
         ZEB_LOG_ERROR(log::httpClient(),
                       "Failed to get the response code for request " << requestData->formattedRequestID());
     }
-    ZEB_LOG_INFO(log::httpClient(), "*-----* "
-                                        << "HTTP response code " << requestData->responseCode
-                                        << " connect code " << requestData->connectCode << " for request "
-                                        << requestData->formattedRequestID() << " to "
-                                        << hiddenUrl(*requestData));
-    const ProxyReport report(*requestData);
+    ZEB_LOG_INFO(log::httpClient(),
+                 "*-----* "
+                 "HTTP response code "
+                     << requestData->responseCode << " connect code " << requestData->connectCode
+                     << " for request " << requestData->formattedRequestID() << " to "
+                     << hiddenUrl(*requestData));
     if (requestData->connectCode == HTTP_PROXY_AUTHENTICATION_REQUIRED) {
         const std::shared_ptr<Proxy> proxy = requestData->getRequest()->getProxy();
         const auto retry = [clientData, requestData, completion] {
-            const RunLock run(*requestData);
-            requestData->returnEasyCURLConnection();
-            // A fresh handle: libcurl would remember the refused state of the proxy.
-            clientData->resetEasyCURLConnection();
-            performRequest(clientData, requestData, completion);
+            retryRequest(clientData, requestData, completion);
         };
         ProxyAuthenticationHandler::getInstance()->handleProxyAuthRequired(
             proxy == nullptr ? std::string() : proxy->getURL(),
@@ -695,6 +737,7 @@ void BasicHttpClientImpl::performRequest(const std::shared_ptr<HttpClientData>& 
             [completion, result] { completion(result, false); });
         return;
     }
+    const ProxyReport report(*requestData);
     completion(result, false);
     report.send();
 }

@@ -70,6 +70,10 @@ private:
     static void performRequest(const std::shared_ptr<HttpClientData>& clientData,
                                const std::shared_ptr<HttpRequestData>& requestData,
                                const Completion& completion);
+    /// What is parked when a proxy asks for credentials: the same request once more, on a fresh handle.
+    static void retryRequest(const std::shared_ptr<HttpClientData>& clientData,
+                             const std::shared_ptr<HttpRequestData>& requestData,
+                             const Completion& completion);
 
     const std::shared_ptr<CertVerifier> certVerifier_;
     const std::shared_ptr<ThreadPool> threadPool_;
@@ -79,6 +83,7 @@ private:
 /// One queued request. It answers the request's listener exactly once, even if it is dropped unrun.
 class BasicHttpClientImpl::AsyncTask : public Task, public std::enable_shared_from_this<AsyncTask> {
 public:
+    /// Without client data the request is answered with UNKNOWN_ERROR. The request data must be there.
     AsyncTask(std::shared_ptr<HttpClientData> clientData, std::shared_ptr<HttpRequestData> requestData);
     void execute() override;
     ~AsyncTask() override;

@@ -92,6 +92,10 @@ public:
     /// Held by the thread that runs the request, but for the time in which the request is parked.
     Mutex& getRunMutex() { return runMutex_; }
 
+    /// Whoever waited for the request has its answer: a run after that is nobody's. Under the run mutex.
+    bool isAnswered() const { return answered_; }
+    void setAnswered() { answered_ = true; }
+
     curl_slist* getConnectToList() const { return connectToList_; }
     /// Takes the list over and frees the former one.
     void setConnectToList(curl_slist* list);
@@ -102,6 +106,7 @@ private:
     void* easyHandle() const;
 
     Mutex runMutex_;
+    bool answered_ = false;
     RequestWrapper wrapper_;
     const std::uint32_t requestId_;
     SSLData sslData_;

@@ -96,6 +96,8 @@ void ProxyAuthenticationHandler::setProxyCredential(const std::string& proxyUrl,
 }
 
 void ProxyAuthenticationHandler::executeHttpFunctions(bool retry) {
+    // Destroyed after the lock has gone: with a retry may end its request, and what the host tied to it.
+    std::vector<std::function<void()>> dropped;
     const ScopedLock lock(functionsMutex_);
     ZEB_LOG_INFO(log::httpClient(), "Retry: " << retry);
     for (const auto& function : retry ? retryFunctions_ : finishFunctions_) {
@@ -103,9 +105,7 @@ void ProxyAuthenticationHandler::executeHttpFunctions(bool retry) {
             QRMCoreUtils::ThreadUtils::runInThreadPool(function, retry ? "retryFunc" : "finishFunc");
         }
     }
-    if (!retryFunctions_.empty()) {
-        retryFunctions_.clear();
-    }
+    dropped.swap(retryFunctions_);
     // Deliberate: after the lines above this never holds, so the finish functions stay and run again on a
     // later refusal. Whoever waits sees the first run only; hosts have come to rely on the second notice.
     if (!retryFunctions_.empty()) {

@@ -227,7 +227,7 @@ TEST(VerifyPoliciesResultTest, TwoThreadsMayMergeIntoEachOther) {
         for (++ready; ready != 2;) {
             std::this_thread::yield();
         }
-        for (int round = 0; round < 20000; ++round) {
+        for (int round = 0; round < 200000; ++round) {
             left.merge(right);
         }
     };
