@@ -50,13 +50,15 @@ struct LoggingOption {
 
 /// What a request asks for. A plain structure that the host fills in before it hands the request to a client,
 /// and leaves alone until the answer has come: the client rewrites some fields on the way, as told below.
+// NOLINTNEXTLINE(clang-analyzer-optin.performance.Padding): what belongs together stands together
 struct ZEBNETUTILS_EXPORT HttpRequestOptions {
     explicit HttpRequestOptions(const std::string& url);
 
     /// Where to. Rewritten in place by the edge transformation, by percent-encoding and by a failover.
     std::string url;
-    /// Where to go on, in this order, when a server can't be reached or fails the transfer; each is asked once.
-    /// Another status than 200 is an answer, not a failure. The edge transformation puts its own list in place.
+    /// Where to go on, in this order, when a server can't be reached or fails the transfer; each is asked
+    /// once. Another status than 200 is an answer, not a failure. The edge transformation puts its own list
+    /// in place.
     std::vector<std::string> failoverUrls;
     /// The text that POST and PUT send.
     SecureString body;

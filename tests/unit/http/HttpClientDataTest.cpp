@@ -31,7 +31,7 @@ std::shared_ptr<HttpRequestData> newRun() {
 class HttpClientDataTest : public testing::Test {
 protected:
     /// Asks for the handle on a thread of its own; ready when it is there.
-    std::future<void> provideOnAThread(std::shared_ptr<HttpRequestData> run) const {
+    std::future<void> provideOnAThread(const std::shared_ptr<HttpRequestData>& run) const {
         return std::async(std::launch::async,
                           [client = client, run] { client->provideEasyCURLConnection(*run); });
     }

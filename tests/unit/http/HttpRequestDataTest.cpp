@@ -7,6 +7,7 @@
 #include "http/MultiHttpClientData.h"
 #include "http/Request.h"
 #include "ip/IpFamilyPreferencePolicy.h"
+#include "support/CurlOptionSpy.h"
 #include "support/LogCapture.h"
 #include "unit/http/CurlSeam.h"
 
@@ -26,6 +27,7 @@ using ::testing::ElementsAre;
 using ::testing::Field;
 using ::testing::IsEmpty;
 using ::testing::SizeIs;
+using zeb::test::CurlOptionSpy;
 using zeb::test::LogCapture;
 
 auto failure(const std::string& url, HttpClientResult::Result result) {
@@ -293,6 +295,22 @@ TEST_F(HttpRequestDataTest, GoesThroughItsFailoverUrlsInOrderAndNotesEachFailure
                             failure("https://second/", HttpClientResult::CONNECTION_TIMEOUT_ERROR)));
 }
 
+TEST_F(HttpRequestDataTest, StartsWithTheFailoverUrlsOfItsOptions) {
+    options->failoverUrls = {"https://second/", "https://third/"};
+    EXPECT_TRUE(data().hasFailoverUrl());
+    EXPECT_THAT(data().getFailedUrlInfo(), IsEmpty());
+    data().switchToNextUrl(HttpClientResult::UNRESOLVED_HOST_ERROR);
+    EXPECT_EQ("https://second/", options->url);
+    EXPECT_THAT(options->failoverUrls, ElementsAre("https://second/", "https://third/"))
+        << "a further run starts with all of them";
+}
+
+TEST_F(HttpRequestDataTest, IsUnansweredUntilSaidOtherwise) {
+    EXPECT_FALSE(data().isAnswered());
+    data().setAnswered();
+    EXPECT_TRUE(data().isAnswered());
+}
+
 TEST_F(HttpRequestDataTest, SwitchingSaysWhereToInALoggableForm) {
     data().setFailoverUrls({"https://second/"});
     const LogCapture log;
@@ -371,8 +389,27 @@ TEST_F(HttpRequestDataTest, WithAHandleBothPoliciesAreEnforced) {
     data().setIpFamilyPreferencePolicyCanBeIgnored(false);
     data().setCommonCriteriaUsagePolicy(CommonCriteriaUsagePolicy::COMMON_CRITERIA_ENABLED_POLICY);
     data().setIpFamilyPreferencePolicy(ip::IpFamilyPreferencePolicy::IPV4_ONLY_POLICY);
+    const CurlOptionSpy spy;
     EXPECT_EQ(0, data().enforceCommonCriteriaUsagePolicy());
     EXPECT_EQ(0, data().enforceIpFamilyPreferencePolicy());
+    ASSERT_TRUE(spy.last(CURLOPT_SSL_CIPHER_LIST) && spy.last(CURLOPT_IPRESOLVE));
+    EXPECT_EQ(data().getCurlConnection()->getHandle(), spy.last(CURLOPT_SSL_CIPHER_LIST)->handle);
+    EXPECT_STREQ(CommonCriteriaUsagePolicy::cipherSuitsLimitation, spy.last(CURLOPT_SSL_CIPHER_LIST)->text());
+    EXPECT_EQ(data().getCurlConnection()->getHandle(), spy.last(CURLOPT_IPRESOLVE)->handle);
+    EXPECT_EQ(CURL_IPRESOLVE_V4, spy.last(CURLOPT_IPRESOLVE)->number());
+}
+
+TEST_F(HttpRequestDataTest, APolicyThatLibcurlRefusesIsNotEnforced) {
+    data().consumeEasyCURLConnection(std::make_shared<EasyCURLConnection>(), nullptr);
+    data().setCommonCriteriaUsageCanBeIgnored(false);
+    data().setIpFamilyPreferencePolicyCanBeIgnored(false);
+    data().setCommonCriteriaUsagePolicy(CommonCriteriaUsagePolicy::COMMON_CRITERIA_DISABLED_POLICY);
+    data().setIpFamilyPreferencePolicy(ip::IpFamilyPreferencePolicy::DUAL_STACK_POLICY);
+    CurlOptionSpy spy;
+    spy.fail(CURLOPT_SSL_CIPHER_LIST, CURLE_OUT_OF_MEMORY);
+    EXPECT_EQ(12, data().enforceCommonCriteriaUsagePolicy());
+    spy.fail(CURLOPT_IPRESOLVE, CURLE_OUT_OF_MEMORY);
+    EXPECT_EQ(12, data().enforceIpFamilyPreferencePolicy());
 }
 
 TEST_F(HttpRequestDataTest, AFailedPolicyIsIgnoredUnlessToldOtherwise) {

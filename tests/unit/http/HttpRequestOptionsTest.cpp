@@ -13,6 +13,7 @@ using ::testing::NotNull;
 TEST(HttpRequestOptionsTest, OnlyTheUrlIsSetAtFirst) {
     const HttpRequestOptions options("https://host/");
     EXPECT_EQ("https://host/", options.url);
+    EXPECT_THAT(options.failoverUrls, IsEmpty());
     EXPECT_TRUE(options.body.empty());
     EXPECT_TRUE(options.binaryBody.empty());
     EXPECT_EQ(0, options.numRetries);
