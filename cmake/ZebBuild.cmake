@@ -21,8 +21,9 @@ add_library(zeb_options INTERFACE)
 target_compile_options(zeb_options INTERFACE
     -Wall -Wextra -Wshadow -Werror
     -fno-omit-frame-pointer
-    # Logs and binaries carry paths relative to the source tree, never those of the build machine.
-    "-ffile-prefix-map=${CMAKE_SOURCE_DIR}/=")
+    # Logs and binaries carry paths relative to the source tree, never those of the build machine. (The compiler's
+    # cache hands relative paths to the compiler.)
+    "-ffile-prefix-map=${CMAKE_SOURCE_DIR}/=" "-ffile-prefix-map=../../=")
 target_compile_definitions(zeb_options INTERFACE CURL_DISABLE_TYPECHECK)
 
 if(ZEBNETUTILS_SANITIZE STREQUAL "address")
