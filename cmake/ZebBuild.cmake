@@ -21,8 +21,9 @@ add_library(zeb_options INTERFACE)
 target_compile_options(zeb_options INTERFACE
     -Wall -Wextra -Wshadow -Werror
     -fno-omit-frame-pointer
-    # Logs and binaries carry paths relative to the source tree, never those of the build machine.
-    "-ffile-prefix-map=${CMAKE_SOURCE_DIR}/=")
+    # Logs and binaries carry paths relative to the source tree, never those of the build machine. (The compiler's
+    # cache hands relative paths to the compiler.)
+    "-ffile-prefix-map=${CMAKE_SOURCE_DIR}/=" "-ffile-prefix-map=../../=")
 target_compile_definitions(zeb_options INTERFACE CURL_DISABLE_TYPECHECK)
 
 if(ZEBNETUTILS_SANITIZE STREQUAL "address")
@@ -47,7 +48,6 @@ if(ZEBNETUTILS_FUZZ)
     # Coverage for the library as well as for the targets; the fuzzer's main comes with the targets.
     target_compile_options(zeb_options INTERFACE -fsanitize=fuzzer-no-link,address,undefined
                            -fno-sanitize-recover=undefined)
-    # clang leaves the sanitizers' symbols of a shared library to the executable: the last of -z defs and undefs wins.
-    target_link_options(zeb_options INTERFACE -fsanitize=address,undefined -Wl,-z,undefs)
+    target_link_options(zeb_options INTERFACE -fsanitize=address,undefined)
     target_compile_definitions(zeb_options INTERFACE ZEB_SANITIZED)
 endif()

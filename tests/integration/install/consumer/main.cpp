@@ -1,8 +1,4 @@
 // The smallest host: compiled and linked against the installed libraries alone.
-#include <iostream>
-#include <memory>
-#include <string>
-
 #include "http/BasicHttpClient.h"
 #include "http/HttpRequestOptions.h"
 #include "http/Request.h"
@@ -10,6 +6,10 @@
 #include "netutils/GlobalInit.h"
 #include "netutils/NetUtilsFactory.h"
 #include "zeblogger/ZEBLogger.h"
+
+#include <iostream>
+#include <memory>
+#include <string>
 
 int main() {
     std::string log;
