@@ -20,7 +20,9 @@ function sha256(data) {
 }
 
 function body(r) {
-    return r.requestBuffer === undefined ? Buffer.from('') : r.requestBuffer;
+    // An empty body has a buffer of its own here: that of a POST with Content-Length 0 can't be read.
+    return r.headersIn['Content-Length'] === '0' || r.requestBuffer === undefined ? Buffer.from('')
+                                                                                  : r.requestBuffer;
 }
 
 function text(r) {

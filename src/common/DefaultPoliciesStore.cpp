@@ -58,7 +58,7 @@ std::set<std::shared_ptr<Policy>> DefaultPoliciesStore::getAllPolicies() {
     return policySet().getAll();
 }
 
-void DefaultPoliciesStore::setPolicy(std::shared_ptr<Policy> policy) {
+void DefaultPoliciesStore::setPolicy(const std::shared_ptr<Policy>& policy) {
     if (policy == nullptr || policySet().contains(policy)) {
         return;
     }
@@ -77,7 +77,7 @@ void DefaultPoliciesStore::registerForDefaultPoliciesChanges(
     observers().insert(std::move(observer));
 }
 
-void DefaultPoliciesStore::unregister(std::weak_ptr<DefaultPoliciesStoreObserver> observer) {
+void DefaultPoliciesStore::unregister(const std::weak_ptr<DefaultPoliciesStoreObserver>& observer) {
     ScopedLock lock(observersMutex());
     observers().erase(observer);
 }

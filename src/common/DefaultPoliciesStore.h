@@ -25,13 +25,13 @@ public:
     /// Stores the policy and notifies the observers, on this thread, before it returns. A policy equal to the
     /// stored one changes nothing and nobody hears of it; null is ignored. Two threads that set at the same
     /// time may both notify.
-    static void setPolicy(std::shared_ptr<Policy> policy);
+    static void setPolicy(const std::shared_ptr<Policy>& policy);
     /// Notifies nobody: objects that took the policy over keep it.
     static void removePolicy(Policy::PolicyNature::Nature nature);
 
     /// The store holds the observer weakly. A dead one is dropped at the next notification.
     static void registerForDefaultPoliciesChanges(std::weak_ptr<DefaultPoliciesStoreObserver> observer);
-    static void unregister(std::weak_ptr<DefaultPoliciesStoreObserver> observer);
+    static void unregister(const std::weak_ptr<DefaultPoliciesStoreObserver>& observer);
     /// Calls every living observer with no lock held.
     static void notifyObservers();
 

@@ -1,22 +1,13 @@
 #include "common/FipsUtils.h"
 
-#include <atomic>
+#include "core/OpenSSLCompat.h"
 
-#include <openssl/crypto.h>
-#include <openssl/evp.h>
+#include <atomic>
 
 namespace zeb::common {
 namespace {
 
-bool askOpenSsl() {
-#if OPENSSL_VERSION_NUMBER >= 0x30000000L
-    return EVP_default_properties_is_fips_enabled(nullptr) != 0;
-#else
-    return FIPS_mode() != 0;
-#endif
-}
-
-std::atomic<bool (*)()> currentQuery{&askOpenSsl};
+std::atomic<bool (*)()> currentQuery{&openssl::isFipsEnabled};
 
 }  // namespace
 
@@ -25,7 +16,7 @@ bool FipsUtils::isFipsEnabled() {
 }
 
 void FipsUtils::setQueryForTests(bool (*query)()) {
-    currentQuery = query == nullptr ? &askOpenSsl : query;
+    currentQuery = query == nullptr ? &openssl::isFipsEnabled : query;
 }
 
 }  // namespace zeb::common

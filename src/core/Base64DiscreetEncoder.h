@@ -1,5 +1,7 @@
 #pragma once
 
+#include "core/Export.h"
+
 namespace zeb {
 
 /// Base64 for secrets: standard alphabet, '=' padding, straight into the caller's buffer. Secret text must
@@ -7,7 +9,7 @@ namespace zeb {
 /// what little is held locally is overwritten before each return.
 ///
 /// Without state; any thread.
-class Base64DiscreetEncoder {
+class ZEBNETUTILS_EXPORT Base64DiscreetEncoder {
 public:
     /// Characters that encode() writes for `length` bytes; there is no NUL behind them.
     unsigned long computeEncodedMessageLength(unsigned long length, bool lineBreaks) const;

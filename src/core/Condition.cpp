@@ -23,7 +23,7 @@ constexpr long NANOSECONDS_PER_MILLISECOND = 1000000;
 constexpr long NANOSECONDS_PER_SECOND = 1000000000;
 
 [[noreturn]] void die(const char* reason) {
-    std::fprintf(stderr, "%s\n", reason);
+    (void)std::fprintf(stderr, "%s\n", reason);
     std::abort();
 }
 
@@ -88,7 +88,7 @@ int Condition::timedWait(Mutex& mutex, long milliseconds) {
     const timespec deadline = deadlineIn(milliseconds);
     const int result = pthread_cond_timedwait(&data_->condition, &mutexData->mutex, &deadline);
     if (result == EINVAL) {
-        std::fprintf(stderr, "Condition::timedWait: pthread_cond_timedwait: EINVAL\n");
+        (void)std::fprintf(stderr, "Condition::timedWait: pthread_cond_timedwait: EINVAL\n");
     }
     return result;
 }

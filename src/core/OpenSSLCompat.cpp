@@ -1,5 +1,6 @@
 #include "core/OpenSSLCompat.h"
 
+#include <openssl/crypto.h>
 #include <openssl/evp.h>
 
 namespace zeb::openssl {
@@ -12,10 +13,18 @@ const EVP_CIPHER* aes256Cbc() {
     return fetched != nullptr ? fetched : EVP_aes_256_cbc();
 }
 
+bool isFipsEnabled() {
+    return EVP_default_properties_is_fips_enabled(nullptr) != 0;
+}
+
 #else
 
 const EVP_CIPHER* aes256Cbc() {
     return EVP_aes_256_cbc();
+}
+
+bool isFipsEnabled() {
+    return FIPS_mode() != 0;
 }
 
 #endif

@@ -11,4 +11,7 @@ namespace zeb::openssl {
 /// be freed. Any thread.
 const evp_cipher_st* aes256Cbc();
 
+/// Whether the default library context runs under FIPS rules at this moment. Any thread.
+bool isFipsEnabled();
+
 }  // namespace zeb::openssl

@@ -12,19 +12,19 @@ struct SafeBufferImpl {
     std::vector<char, SafeAllocator<char>> bytes;
 };
 
-SafeBuffer::SafeBuffer() : impl_(std::make_unique<SafeBufferImpl>()) {}
+SafeBuffer::SafeBuffer() = default;
 
-SafeBuffer::SafeBuffer(const char* bytes, unsigned long size) : SafeBuffer() {
-    if (bytes != nullptr) {
+SafeBuffer::SafeBuffer(const char* bytes, unsigned long size) {
+    if (bytes != nullptr && size > 0) {
+        impl_ = std::make_unique<SafeBufferImpl>();
         impl_->bytes.assign(bytes, bytes + size);
     }
 }
 
-SafeBuffer::SafeBuffer(const SafeBuffer& other) : impl_(std::make_unique<SafeBufferImpl>(*other.impl_)) {}
+SafeBuffer::SafeBuffer(const SafeBuffer& other)
+    : impl_(other.impl_ ? std::make_unique<SafeBufferImpl>(*other.impl_) : nullptr) {}
 
-SafeBuffer::SafeBuffer(SafeBuffer&& other) : SafeBuffer() {
-    swap(other);
-}
+SafeBuffer::SafeBuffer(SafeBuffer&& other) noexcept = default;
 
 SafeBuffer::~SafeBuffer() = default;
 
@@ -34,6 +34,9 @@ SafeBuffer& SafeBuffer::operator=(SafeBuffer other) {
 }
 
 void SafeBuffer::push_back(char byte) {
+    if (!impl_) {
+        impl_ = std::make_unique<SafeBufferImpl>();
+    }
     impl_->bytes.push_back(byte);
 }
 
@@ -42,7 +45,7 @@ void SafeBuffer::swap(SafeBuffer& other) noexcept {
 }
 
 bool SafeBuffer::empty() const {
-    return impl_->bytes.empty();
+    return size() == 0;
 }
 
 const char* SafeBuffer::data() const {
@@ -50,7 +53,7 @@ const char* SafeBuffer::data() const {
 }
 
 unsigned long SafeBuffer::size() const {
-    return impl_->bytes.size();
+    return impl_ ? impl_->bytes.size() : 0;
 }
 
 unsigned long SafeBuffer::copyToMemory(char* out, unsigned long size) const {

@@ -22,7 +22,7 @@ public:
     SafeBuffer(const SafeBuffer& other);
 
     /// Leaves `other` empty.
-    SafeBuffer(SafeBuffer&& other);
+    SafeBuffer(SafeBuffer&& other) noexcept;
 
     ~SafeBuffer();
 
@@ -43,7 +43,7 @@ public:
     unsigned long copyToMemory(unsigned char* out, unsigned long size) const;
 
 private:
-    std::unique_ptr<SafeBufferImpl> impl_;
+    std::unique_ptr<SafeBufferImpl> impl_;  // null until there is a first byte
 };
 
 }  // namespace zeb

@@ -4,6 +4,7 @@
 #include "core/SecureStringCipher.h"
 #include "core/SecureStringData.h"
 #include "core/SecureStringReader.h"
+#include "core/SecureStringUtils.h"
 
 #include <cstring>
 #include <limits>
@@ -11,6 +12,20 @@
 #include <utility>
 
 namespace zeb {
+
+namespace {
+
+struct WipingDeleter {
+    unsigned long size;
+
+    void operator()(const char* text) const {
+        SecureStringUtils::ZEBZeroMemory(text, size);
+        delete[] text;
+    }
+};
+using WipedText = std::unique_ptr<char[], WipingDeleter>;
+
+}  // namespace
 
 SecureString::SecureString() : data_(std::make_shared<SecureStringData>()) {}
 
@@ -91,16 +106,13 @@ void SecureString::getUnsecureString(SecureStringReader& reader) const {
     if (!data_ || data_->ciphertext.size == 0) {
         return;
     }
-    ByteBlob cleartext;
+    // Straight into the buffer that the reader will own: the cleartext exists once.
+    const unsigned long room = data_->ciphertext.size + internal::SECURE_STRING_CIPHER_RESERVE;
+    WipedText text(new (std::nothrow) char[room], WipingDeleter{room});
     unsigned long length = 0;
-    if (!internal::decryptText(data_->iv, data_->ciphertext, cleartext, length)) {
+    if (!text || !internal::decryptText(data_->iv, data_->ciphertext, text.get(), length)) {
         return;
     }
-    auto text = std::unique_ptr<char[]>(new (std::nothrow) char[length + 1]);
-    if (!text) {
-        return;
-    }
-    std::memcpy(text.get(), cleartext.data, length);
     text[length] = '\0';
     if (reader.setValue(text.get(), length)) {
         static_cast<void>(text.release());

@@ -16,9 +16,6 @@ namespace {
 // EVP takes its lengths as int: longer texts go in pieces, each of whole cipher blocks.
 constexpr unsigned long MAXIMUM_PIECE = 1UL << 30;
 
-// Room for the padding, which is at most one block, and for the block that EVP may hold back.
-constexpr unsigned long CIPHER_RESERVE = 32;
-
 struct ContextDeleter {
     // Wipes the key schedule and the blocks that the context holds.
     void operator()(EVP_CIPHER_CTX* context) const { EVP_CIPHER_CTX_free(context); }
@@ -89,11 +86,11 @@ void bWV0aG9k(unsigned char* key) {
 }
 
 bool encryptText(const char* text, unsigned long length, ByteBlob& iv, ByteBlob& ciphertext) {
-    if (length > std::numeric_limits<long>::max() - CIPHER_RESERVE) {
+    if (length > std::numeric_limits<long>::max() - SECURE_STRING_CIPHER_RESERVE) {
         return false;
     }
     iv.reallocateSize(SECURE_STRING_IV_SIZE);
-    ciphertext.reallocateSize(length + CIPHER_RESERVE);
+    ciphertext.reallocateSize(length + SECURE_STRING_CIPHER_RESERVE);
     ByteBlob key(SECURE_STRING_KEY_SIZE);
     const ContextPtr context(EVP_CIPHER_CTX_new());
     if (iv.data == nullptr || ciphertext.data == nullptr || key.data == nullptr || !context) {
@@ -117,21 +114,20 @@ bool encryptText(const char* text, unsigned long length, ByteBlob& iv, ByteBlob&
     return true;
 }
 
-bool decryptText(const ByteBlob& iv, const ByteBlob& ciphertext, ByteBlob& text, unsigned long& length) {
-    text.reallocateSize(ciphertext.size + CIPHER_RESERVE);
+bool decryptText(const ByteBlob& iv, const ByteBlob& ciphertext, char* text, unsigned long& length) {
     ByteBlob key(SECURE_STRING_KEY_SIZE);
     const ContextPtr context(EVP_CIPHER_CTX_new());
-    if (text.data == nullptr || key.data == nullptr || !context) {
+    if (key.data == nullptr || !context) {
         return false;
     }
     bWV0aG9k(key.data);
 
+    auto* const out = reinterpret_cast<unsigned char*>(text);
     unsigned long written = 0;
     int last = 0;
     if (EVP_DecryptInit_ex(context.get(), openssl::aes256Cbc(), nullptr, key.data, iv.data) != 1 ||
-        !updateInPieces(EVP_DecryptUpdate, context.get(), text.data, ciphertext.data, ciphertext.size,
-                        written) ||
-        EVP_DecryptFinal_ex(context.get(), text.data + written, &last) != 1) {
+        !updateInPieces(EVP_DecryptUpdate, context.get(), out, ciphertext.data, ciphertext.size, written) ||
+        EVP_DecryptFinal_ex(context.get(), out + written, &last) != 1) {
         return false;
     }
     length = written + static_cast<unsigned long>(last);

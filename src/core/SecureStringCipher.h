@@ -15,7 +15,12 @@ void bWV0aG9k(unsigned char* key);
 /// not be 0.
 bool encryptText(const char* text, unsigned long length, ByteBlob& iv, ByteBlob& ciphertext);
 
-/// Decrypts into `text`, whose first `length` bytes are then the cleartext. False on failure.
-bool decryptText(const ByteBlob& iv, const ByteBlob& ciphertext, ByteBlob& text, unsigned long& length);
+/// What a buffer needs beyond the size of its input: the padding, at most one block, and one block that the
+/// cipher may hold back.
+constexpr unsigned long SECURE_STRING_CIPHER_RESERVE = 32;
+
+/// Decrypts into `text`, which has room for the ciphertext and SECURE_STRING_CIPHER_RESERVE more; its first
+/// `length` bytes are then the cleartext. False on failure, with parts of the cleartext possibly in `text`.
+bool decryptText(const ByteBlob& iv, const ByteBlob& ciphertext, char* text, unsigned long& length);
 
 }  // namespace zeb::internal

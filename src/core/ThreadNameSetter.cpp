@@ -17,7 +17,7 @@ void SetThreadName(const std::string& name) {
                            ? pthread_setname_np(pthread_self(), name.substr(0, CUT_NAME).c_str())
                            : pthread_setname_np(pthread_self(), name.c_str());
     if (status != 0) {
-        std::fprintf(stderr, "SetThreadName failed with error code %i\n", status);
+        (void)std::fprintf(stderr, "SetThreadName failed with error code %i\n", status);
     }
 }
 

@@ -109,8 +109,9 @@ bool isUnknown(const std::shared_ptr<Policy>& policy) {
 }
 
 void logDisabledByOvtPolicy() {
-    ZEB_LOG_WARNING(log::httpClient(), "HTTP connection is disabled by OVT Policy(No Service). Set response "
-                                           << "code 403");
+    ZEB_LOG_WARNING(log::httpClient(),
+                    "HTTP connection is disabled by OVT Policy(No Service). Set response "
+                    "code 403");
 }
 
 /// Writes the answer that stands for a failed authentication at the edge, with its line in the log.
@@ -127,8 +128,9 @@ void fabricateAuthenticationFailure(TransformResult::Result result, Response& re
             response.responseCode = HTTP_PROXY_AUTHENTICATION_REQUIRED;
             break;
         default:
-            ZEB_LOG_WARNING(log::httpClient(), "Edge policy not enforced. username or password is invalid or "
-                                                   << "expired, set response code 401");
+            ZEB_LOG_WARNING(log::httpClient(),
+                            "Edge policy not enforced. username or password is invalid or "
+                            "expired, set response code 401");
             response.responseCode = HTTP_UNAUTHORIZED;
             break;
     }
@@ -718,11 +720,12 @@ void BasicHttpClientImpl::performRequest(const std::shared_ptr<HttpClientData>& 
         ZEB_LOG_ERROR(log::httpClient(),
                       "Failed to get the response code for request " << requestData->formattedRequestID());
     }
-    ZEB_LOG_INFO(log::httpClient(), "*-----* "
-                                        << "HTTP response code " << requestData->responseCode
-                                        << " connect code " << requestData->connectCode << " for request "
-                                        << requestData->formattedRequestID() << " to "
-                                        << hiddenUrl(*requestData));
+    ZEB_LOG_INFO(log::httpClient(),
+                 "*-----* "
+                 "HTTP response code "
+                     << requestData->responseCode << " connect code " << requestData->connectCode
+                     << " for request " << requestData->formattedRequestID() << " to "
+                     << hiddenUrl(*requestData));
     if (requestData->connectCode == HTTP_PROXY_AUTHENTICATION_REQUIRED) {
         const std::shared_ptr<Proxy> proxy = requestData->getRequest()->getProxy();
         const auto retry = [clientData, requestData, completion] {

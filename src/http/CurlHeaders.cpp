@@ -27,16 +27,24 @@ CurlHeaders::CurlHeaders(const std::shared_ptr<HttpHeaders>& headers) {
         buildHeader((*headers)[index], line);
         if (!append(line)) {
             ZEB_LOG_ERROR(log::httpClient(), "Fail to append header to list, header index: " << index);
+            // Deliberate: the lines so far are given up and the list starts anew with the next one. They are
+            // wiped, as they may hold secrets.
+            clear();
         }
         SecureStringUtils::ZEBZeroString(line);
     }
 }
 
 CurlHeaders::~CurlHeaders() {
+    clear();
+}
+
+void CurlHeaders::clear() {
     for (curl_slist* entry = list_; entry != nullptr; entry = entry->next) {
         SecureStringUtils::ZEBZeroMemory(entry->data, std::strlen(entry->data));
     }
     curl_slist_free_all(list_);
+    list_ = nullptr;
 }
 
 void CurlHeaders::buildHeader(const HttpHeader& header, std::string& out) {
@@ -48,8 +56,7 @@ void CurlHeaders::buildHeader(const HttpHeader& header, std::string& out) {
 bool CurlHeaders::append(const std::string& line) {
     curl_slist* const extended = curl_slist_append(list_, line.c_str());
     if (extended == nullptr) {
-        // libcurl leaves the list as it was: keep what is there rather than lose it and its secrets.
-        return false;
+        return false;  // libcurl has left the list as it was
     }
     list_ = extended;
     return true;

@@ -14,7 +14,8 @@ namespace zeb::http {
 /// with zeros before it is freed.
 class ZEBNETUTILS_EXPORT CurlHeaders {
 public:
-    /// A null vector gives an empty list.
+    /// A null vector gives an empty list. When a line can't be appended, for lack of memory, that is logged
+    /// and only the lines behind it remain.
     explicit CurlHeaders(const std::shared_ptr<HttpHeaders>& headers);
     ~CurlHeaders();
 
@@ -25,7 +26,7 @@ public:
     /// secret stays behind.
     static void buildHeader(const HttpHeader& header, std::string& out);
 
-    /// Adds one header line.
+    /// Adds one header line; on failure, which is logged, the list stays as it was.
     void appendHeader(const HttpHeader& header);
 
     /// For an edge request: adds the header `name` with host and port of `url`, so that it names the host
@@ -37,6 +38,7 @@ public:
 
 private:
     bool append(const std::string& line);
+    void clear();
 
     curl_slist* list_ = nullptr;
 };

@@ -272,11 +272,14 @@ void setRequiredProxy(CURL* curl, const HttpRequestData& data, const Proxy& prox
     }
     curl_easy_setopt(curl, CURLOPT_PROXYTYPE, curlProxyType(proxy.getProxyType()));
     setProxyCredentials(curl, proxy);
-    ZEB_LOG_INFO(log::httpClient(), "Request " << data.formattedRequestID() << " proxy configuration:"
-                                               << " URL '" << ZEBLogger_replacePIIData(url) << "'."
+    ZEB_LOG_INFO(log::httpClient(), "Request " << data.formattedRequestID()
+                                               << " proxy configuration:"
+                                                  " URL '"
+                                               << ZEBLogger_replacePIIData(url) << "'."
                                                << (defaultPort ? " Use default proxy port 80." : "")
                                                << " Set authentication."
-                                               << " authtype:" << proxy.getProxyAuthenticationType());
+                                                  " authtype:"
+                                               << proxy.getProxyAuthenticationType());
 }
 
 void setProxy(CURL* curl, HttpRequestData& data) {
@@ -384,7 +387,7 @@ bool takeDownloadedBytes(HttpRequestData& data, const char* bytes, std::size_t c
                         "The request "
                             << data.formattedRequestID()
                             << " has chosen to write data to a file but the response code indicated "
-                            << "an error, appending the data to the response body instead.");
+                               "an error, appending the data to the response body instead.");
         data.body.append(bytes, count);
         return true;
     }
@@ -446,13 +449,14 @@ void clearIdentityInformationOnRedirect(HttpRequestData& data) {
     }
     if (sslData.identityMatchModel == IdentityMatchModel::STRICT_MATCH &&
         optionsOf(data).useProvidedIdentity) {
-        ZEB_LOG_DEBUG(log::httpClient(), "certIdentityValidationModel is set to STRICT and custom identities "
-                                             << "have been provided, the identity information will not be "
-                                             << "cleared on redirect");
+        ZEB_LOG_DEBUG(log::httpClient(),
+                      "certIdentityValidationModel is set to STRICT and custom identities "
+                      "have been provided, the identity information will not be "
+                      "cleared on redirect");
     } else if (!sslData.referenceIdentifiers.empty()) {
         ZEB_LOG_DEBUG(log::httpClient(),
                       "custom reference identifiers were specified, but the server hostname "
-                          << "will be used as the request has been redirected");
+                      "will be used as the request has been redirected");
         sslData.resetReferenceIdentifiers();
     }
 }
@@ -567,13 +571,16 @@ bool CurlHttpUtils::isSetOptError(int code, const std::string& optionName, const
 }
 
 bool CurlHttpUtils::configureEasyRequest(const RequestDataPtr& data) {
-    ZEB_LOG_INFO(log::httpClient(), "*-----* "
-                                        << "Configuring request " << data->formattedRequestID() << " "
-                                        << optionsOf(*data).methodName() << " " << hiddenUrl(*data));
+    ZEB_LOG_INFO(log::httpClient(),
+                 "*-----* "
+                 "Configuring request "
+                     << data->formattedRequestID() << " " << optionsOf(*data).methodName() << " "
+                     << hiddenUrl(*data));
     const std::shared_ptr<EasyCURLConnection> connection = data->getCurlConnection();
     if (connection == nullptr || connection->getHandle() == nullptr) {
-        ZEB_LOG_ERROR(log::httpClient(), "Unable to configure the easy request. The provided HttpRequestData "
-                                             << "does not own an EasyCURLConnection");
+        ZEB_LOG_ERROR(log::httpClient(),
+                      "Unable to configure the easy request. The provided HttpRequestData "
+                      "does not own an EasyCURLConnection");
         return false;
     }
     CURL* const curl = connection->getHandle();
@@ -636,8 +643,10 @@ bool CurlHttpUtils::setHeaders(const RequestDataPtr& data, const std::shared_ptr
 bool CurlHttpUtils::addOauthToken(const RequestDataPtr& data) {
     const std::shared_ptr<Credentials> credentials = optionsOf(*data).credentials;
     const bool withToken = credentials != nullptr && !credentials->token.empty();
-    ZEB_LOG_DEBUG(log::httpClient(), "Request " << data->formattedRequestID() << " Using authentication "
-                                                << "OAUTH" << (withToken ? " with token" : ""));
+    ZEB_LOG_DEBUG(log::httpClient(), "Request " << data->formattedRequestID()
+                                                << " Using authentication "
+                                                   "OAUTH"
+                                                << (withToken ? " with token" : ""));
     if (!withToken) {
         return true;
     }
@@ -869,8 +878,9 @@ int CurlHttpUtils::curlSSLCallback(void* curl, void* sslCtx, void* requestData) 
 bool CurlHttpUtils::getResponseCode(HttpRequestData* data) {
     CURL* const curl = handleOf(*data);
     if (curl == nullptr) {
-        ZEB_LOG_ERROR(log::httpClient(), "Unable to get the response code. The provided HttpRequestData does "
-                                             << "not own an EasyCURLConnection");
+        ZEB_LOG_ERROR(log::httpClient(),
+                      "Unable to get the response code. The provided HttpRequestData does "
+                      "not own an EasyCURLConnection");
         return false;
     }
     long code = 0;
@@ -907,8 +917,9 @@ bool CurlHttpUtils::getIpAddress(const RequestDataPtr& data) {
 bool CurlHttpUtils::storeCookies(const RequestDataPtr& data) {
     CURL* const curl = handleOf(*data);
     if (curl == nullptr) {
-        ZEB_LOG_ERROR(log::httpClient(), "Unable to store the cookies. The provided HttpRequestData does not "
-                                             << "own an EasyCURLConnection");
+        ZEB_LOG_ERROR(log::httpClient(),
+                      "Unable to store the cookies. The provided HttpRequestData does not "
+                      "own an EasyCURLConnection");
         return false;
     }
     curl_slist* list = nullptr;
@@ -935,7 +946,7 @@ void CurlHttpUtils::logOperationTiming(const RequestDataPtr& data) {
     if (connection == nullptr || connection->getHandle() == nullptr) {
         ZEB_LOG_ERROR(log::httpClient(),
                       "Unable to log the operation timing. The provided HttpRequestData does "
-                          << "not own an EasyCURLConnection");
+                      "not own an EasyCURLConnection");
         return;
     }
     if (!ZEBLog_isDebugEnabled(log::httpClient())) {

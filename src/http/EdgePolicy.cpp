@@ -111,14 +111,21 @@ common::Policy::PolicyEnforcingResult::EnforcingResult EdgePolicy::enforce(
     if (!verifyEnforceability()) {
         return PolicyEnforcingResult::NOT_ENFORCEABLE;
     }
-    if (transformer != nullptr && transformer->isRequestTransformed(requestData->getWrapper())) {
+    if (value_ == PolicyValue::NEVER_USE) {
+        return PolicyEnforcingResult::SUCCESS;  // whatever the transformer would say: it isn't asked
+    }
+    if (transformer != nullptr && requestData != nullptr &&
+        transformer->isRequestTransformed(requestData->getWrapper())) {
         return PolicyEnforcingResult::SUCCESS;  // a failover or a retry doesn't transform twice
     }
-    if (value_ == PolicyValue::NEVER_USE || (mayGoDirectly() && isInternalConnectivityAvailable())) {
+    if (mayGoDirectly() && isInternalConnectivityAvailable()) {
         return PolicyEnforcingResult::SUCCESS;
     }
     if (transformer == nullptr) {
         return PolicyEnforcingResult::NOT_ENFORCEABLE;
+    }
+    if (requestData == nullptr) {
+        return PolicyEnforcingResult::ENFORCING_FAILURE;
     }
     using TransformResult = EdgeTransformer::TransformRequestResult;
     TransformResult::Result result = TransformResult::UNKNOWN;

@@ -62,7 +62,7 @@ public:
 
     /// Has the request transformed if it must go through the edge. A request that has been transformed
     /// already is left alone. A failure of the transformation is kept in the request data. A null transformer
-    /// counts as an edge layer that isn't there.
+    /// counts as an edge layer that isn't there; null request data can't be transformed.
     PolicyEnforcingResult::EnforcingResult enforce(const std::shared_ptr<HttpRequestData>& requestData,
                                                    const std::shared_ptr<EdgeTransformer>& transformer) const;
     /// Undoes the rewriting of cookies in the response to a request that went through the edge.

@@ -19,10 +19,14 @@ namespace {
 constexpr char EDGE_PREFIX[] = "zebnetutils.edge";
 constexpr char FAILOVER_PREFIX[] = "edge.successful.failover";
 
-std::string optionsUrlOf(const HttpRequestData& requestData) {
+std::shared_ptr<HttpRequestOptions> optionsOf(const HttpRequestData& requestData) {
     const auto& request = requestData.getRequest();
-    return request == nullptr || request->getOptions() == nullptr ? std::string()
-                                                                  : request->getOptions()->url;
+    return request == nullptr ? nullptr : request->getOptions();
+}
+
+std::string optionsUrlOf(const HttpRequestData& requestData) {
+    const std::shared_ptr<HttpRequestOptions> options = optionsOf(requestData);
+    return options == nullptr ? std::string() : options->url;
 }
 
 }  // namespace
@@ -34,9 +38,6 @@ HttpNetworkEvent::HttpNetworkEvent(std::shared_ptr<HttpNetworkEventReporter> rep
 void HttpNetworkEvent::notifyNetworkEventReporter(HttpClientResult::Result result,
                                                   const HttpRequestData& requestData,
                                                   const std::shared_ptr<common::Policy>& edgePolicy) const {
-    if (reporter_ == nullptr) {
-        return;
-    }
     notifyHttpEvents(result);
     if (isEdgeRequest(requestData)) {
         notifyConnectionFailureEdgeEvents(result, optionsUrlOf(requestData), EDGE_PREFIX);
@@ -46,6 +47,9 @@ void HttpNetworkEvent::notifyNetworkEventReporter(HttpClientResult::Result resul
 }
 
 void HttpNetworkEvent::notifyHttpEvents(HttpClientResult::Result result) const {
+    if (reporter_ == nullptr) {
+        return;
+    }
     switch (result) {
         case HttpClientResult::SUCCESS:
             reporter_->hintNetworkIsInUse("zebnetutils.http.clientRequestSuccessful");
@@ -67,6 +71,9 @@ bool HttpNetworkEvent::isEdgeRequest(const HttpRequestData& requestData) const {
 
 void HttpNetworkEvent::notifyEdgeInfrastructureEvent(const std::string& eventName,
                                                      const std::string& url) const {
+    if (reporter_ == nullptr) {
+        return;
+    }
     const std::string host = HttpUtils::extractHostFromHttpUrl(url);
     ZEB_LOG_INFO(log::httpClient(), "generating edgeInfrastructureEvent: '"
                                         << eventName << "' host: '" << ZEBLogger_replacePIIData(host) << "'");
@@ -98,8 +105,9 @@ bool HttpNetworkEvent::isOauthExpiredResponse(const HttpRequestData& requestData
                                               const std::shared_ptr<common::Policy>& edgePolicy) const {
     const auto& requestTokenPolicy =
         EdgePolicy::USE_EDGE_IF_REQUIRED_AUTHENTICATE_WITH_REQUEST_OAUTH_TOKEN_POLICY;
-    return HttpNetworkEventUtils::isGlt403Response(requestData) &&
-           requestData.getRequest()->getOptions()->authType == AuthType::OAUTH &&
+    const std::shared_ptr<HttpRequestOptions> options = optionsOf(requestData);
+    return HttpNetworkEventUtils::isGlt403Response(requestData) && options != nullptr &&
+           options->authType == AuthType::OAUTH &&
            (edgePolicy == nullptr || !requestTokenPolicy->equals(*edgePolicy));
 }
 

@@ -28,20 +28,30 @@ public:
     void notifyNetworkEventReporter(HttpClientResult::Result result, const HttpRequestData& requestData,
                                     const std::shared_ptr<common::Policy>& edgePolicy) const;
 
-private:
+    // The steps of the entry point.
+
+    /// A hint on success, on an unresolved and on an unreachable host.
     void notifyHttpEvents(HttpClientResult::Result result) const;
+    /// True when the request has gone through a transformation.
     bool isEdgeRequest(const HttpRequestData& requestData) const;
+    /// The event carries the host of `url`.
     void notifyEdgeInfrastructureEvent(const std::string& eventName, const std::string& url) const;
+    /// For a host unreachable or unresolved, a time-out and a refused certificate: `prefix` and what
+    /// happened.
     void notifyConnectionFailureEdgeEvents(HttpClientResult::Result result, const std::string& url,
                                            const std::string& prefix) const;
+    /// For an HTTP error that comes from the edge server itself.
     void notifyHttpErrorEdgeEvents(HttpClientResult::Result result, const HttpRequestData& requestData,
                                    const std::shared_ptr<common::Policy>& edgePolicy) const;
+    /// For each URL that failed before the request succeeded.
     void notifySuccessfulFailoverEdgeEvents(HttpClientResult::Result result,
                                             const HttpRequestData& requestData) const;
     bool isFailedOverEdgeRequest(const HttpRequestData& requestData) const;
+    /// A 403 from the edge to a request with an OAuth token that the edge itself was to judge.
     bool isOauthExpiredResponse(const HttpRequestData& requestData,
                                 const std::shared_ptr<common::Policy>& edgePolicy) const;
 
+private:
     std::shared_ptr<HttpNetworkEventReporter> reporter_;
     std::shared_ptr<EdgeTransformer> edgeTransformer_;
 };

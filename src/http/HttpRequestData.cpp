@@ -46,7 +46,7 @@ void HttpRequestData::readIdentity(const HttpRequestOptions& options) {
     if (options.useProvidedIdentity) {
         for (const std::string& identity : options.identities) {
             if (identity.empty()) {
-                ZEB_LOG_WARNING(
+                ZEB_LOG_ERROR(
                     log::httpClient(),
                     "Received a malformed request options! some of the provided identities are empty");
                 continue;
@@ -86,6 +86,7 @@ void HttpRequestData::consumeEasyCURLConnection(std::shared_ptr<EasyCURLConnecti
 }
 
 void HttpRequestData::returnEasyCURLConnection() {
+    std::shared_ptr<HttpClientData> lender;  // outlives the lock: a lender may hold the last pointer to us
     const ScopedLock lock(connectionMutex_);
     if (!ownsConnection_) {
         return;
@@ -95,8 +96,7 @@ void HttpRequestData::returnEasyCURLConnection() {
     // The handle is let go before the client is told: the next owner must be the only one.
     curlConnection_.reset();
     ownsConnection_ = false;
-    const std::shared_ptr<HttpClientData> lender = std::move(clientData_);
-    clientData_.reset();
+    lender.swap(clientData_);
     if (lender != nullptr) {
         lender->onEasyCURLConnectionReturned();
     }
@@ -133,16 +133,15 @@ std::vector<FailedUrlInfo> HttpRequestData::getFailedUrlInfo() const {
     return failedUrlInfo_;
 }
 
-bool HttpRequestData::switchUrls(HttpClientResult::Result result) {
+void HttpRequestData::switchUrls(HttpClientResult::Result result) {
     const ScopedLock lock(failoverMutex_);
     if (failoverUrls_.empty() || getRequest() == nullptr || getRequest()->getOptions() == nullptr) {
-        return false;
+        return;
     }
     const std::shared_ptr<HttpRequestOptions> options = getRequest()->getOptions();
     failedUrlInfo_.push_back({options->url, result});
     options->url = failoverUrls_.front();
     failoverUrls_.pop_front();
-    return true;
 }
 
 void HttpRequestData::switchToNextUrl(HttpClientResult::Result result) {

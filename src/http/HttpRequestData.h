@@ -102,7 +102,7 @@ public:
 
 private:
     void readIdentity(const HttpRequestOptions& options);
-    bool switchUrls(HttpClientResult::Result result);
+    void switchUrls(HttpClientResult::Result result);
     void* easyHandle() const;
 
     Mutex runMutex_;

@@ -50,13 +50,15 @@ struct LoggingOption {
 
 /// What a request asks for. A plain structure that the host fills in before it hands the request to a client,
 /// and leaves alone until the answer has come: the client rewrites some fields on the way, as told below.
+// NOLINTNEXTLINE(clang-analyzer-optin.performance.Padding): what belongs together stands together
 struct ZEBNETUTILS_EXPORT HttpRequestOptions {
     explicit HttpRequestOptions(const std::string& url);
 
     /// Where to. Rewritten in place by the edge transformation, by percent-encoding and by a failover.
     std::string url;
-    /// Where to go on, in this order, when a server can't be reached or fails the transfer; each is asked once.
-    /// Another status than 200 is an answer, not a failure. The edge transformation puts its own list in place.
+    /// Where to go on, in this order, when a server can't be reached or fails the transfer; each is asked
+    /// once. Another status than 200 is an answer, not a failure. The edge transformation puts its own list
+    /// in place.
     std::vector<std::string> failoverUrls;
     /// The text that POST and PUT send.
     SecureString body;
@@ -75,6 +77,9 @@ struct ZEBNETUTILS_EXPORT HttpRequestOptions {
     /// Request headers in order; never null unless the host makes it so.
     std::shared_ptr<HttpHeaders> headers;
     std::vector<common::Cookie> cookies;
+    /// Send the cookies in the Cookie header as they are, whatever host they belong to, rather than through
+    /// the cookie engine.
+    bool cookieMandatory = false;
     /// May be null.
     std::shared_ptr<Credentials> credentials;
     /// True when `identities` are to be found in the server's certificate.
@@ -91,28 +96,22 @@ struct ZEBNETUTILS_EXPORT HttpRequestOptions {
     long loggingOptions = 0;
     /// The connection is closed after the transfer.
     bool forbidReuse = false;
+    /// The request has been transformed for the edge. Set by the transformation.
+    bool edgeRequest = false;
 
     /// "GET", "POST", "PUT", "DELETE", "OPTIONS", else "unknown".
     std::string methodName() const;
 
-    /// Send the cookies in the Cookie header as they are, whatever host they belong to, rather than through
-    /// the cookie engine.
-    void setCookieMandatory(bool mandatory) { cookieMandatory_ = mandatory; }
-    bool isCookieMandatory() const { return cookieMandatory_; }
-
-    /// The request has been transformed for the edge.
-    void setEdgeRequest(bool edgeRequest) { edgeRequest_ = edgeRequest; }
-    bool isEdgeRequest() const { return edgeRequest_; }
+    void setCookieMandatory(bool mandatory) { cookieMandatory = mandatory; }
+    bool isCookieMandatory() const { return cookieMandatory; }
+    void setEdgeRequest(bool transformed) { edgeRequest = transformed; }
+    bool isEdgeRequest() const { return edgeRequest; }
 
     /// "[acceptable cryptographic protocols] " and the names of the bits.
     std::string acceptableTlsVersionsAsString() const;
     /// "[Logging Options] " and the names of the bits; NO_URL_PATH prints nothing.
     std::string loggingOptionAsString() const;
     bool isLoggingOptionSet(long option) const { return (option & loggingOptions) != 0; }
-
-private:
-    bool cookieMandatory_ = false;
-    bool edgeRequest_ = false;
 };
 
 }  // namespace zeb::http

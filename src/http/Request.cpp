@@ -26,6 +26,9 @@ bool isHeaderSerializedInClear(const std::string& name) {
 }
 
 unsigned long sizeOf(const SecureString& text) {
+    if (text.empty()) {
+        return 0;  // a reader would still get the text from before it was emptied
+    }
     SecureStringReader reader;
     text.getUnsecureString(reader);
     return reader.getBufSize();

@@ -36,8 +36,9 @@ int SslUtils::verifyCb(x509_store_ctx_st* storeCtx, void* sslData) {
     bool accepted = false;
     auto* const data = static_cast<SSLData*>(sslData);
     if (data == nullptr) {
-        ZEB_LOG_ERROR(log::httpClient(), "The private data passed to the verify callback from SSL is NULL, "
-                                             << "unable to operate on it.");
+        ZEB_LOG_ERROR(log::httpClient(),
+                      "The private data passed to the verify callback from SSL is NULL, "
+                      "unable to operate on it.");
     } else if (data->certVerifier == nullptr) {
         ZEB_LOG_ERROR(log::httpClient(), "No Certificate Verifier set, rejecting the certificate");
     } else {

@@ -4,10 +4,6 @@
 #include <cstdarg>
 #include <dlfcn.h>
 
-#include <curl/curl.h>
-
-#undef curl_easy_setopt
-
 namespace zeb::test {
 
 namespace {
@@ -53,19 +49,20 @@ std::optional<int> CurlOptionSpy::note(const Call& call) {
 
 }  // namespace zeb::test
 
-/// Stands before libcurl's own: every type of argument that it takes has the size of a pointer here.
-extern "C" CURLcode curl_easy_setopt(CURL* handle, CURLoption option, ...) {
-    static_assert(sizeof(long) == sizeof(void*) && sizeof(curl_off_t) == sizeof(void*));
+/// Stands before libcurl's own. Every type of argument that it takes has the size of a pointer here; its two
+/// enumerations are passed like an int, which, unlike them, va_start may name.
+extern "C" int curl_easy_setopt(void* handle, int option, ...) {
+    static_assert(sizeof(long) == sizeof(void*));
     std::va_list arguments;
     va_start(arguments, option);
     void* const argument = va_arg(arguments, void*);
     va_end(arguments);
     if (zeb::test::CurlOptionSpy* const spy = zeb::test::current) {
         if (const std::optional<int> answer = spy->note({handle, option, argument})) {
-            return static_cast<CURLcode>(*answer);
+            return *answer;
         }
     }
-    using SetOption = CURLcode (*)(CURL*, CURLoption, ...);
+    using SetOption = int (*)(void*, int, ...);
     static const auto next = reinterpret_cast<SetOption>(::dlsym(RTLD_NEXT, "curl_easy_setopt"));
     return next(handle, option, argument);
 }

@@ -1,14 +1,11 @@
 #include "support/MemoryScan.h"
 
 #include <algorithm>
-#include <cinttypes>
 #include <cstdint>
-#include <cstdio>
+#include <cstdlib>
 #include <cstring>
 #include <fcntl.h>
-#include <fstream>
 #include <random>
-#include <string>
 #include <sys/mman.h>
 #include <unistd.h>
 
@@ -17,6 +14,7 @@ namespace zeb::test {
 namespace {
 
 constexpr std::size_t CHUNK_SIZE = 1U << 20U;
+constexpr std::size_t MAPS_SIZE = 4U << 20U;
 
 // The shadow of a sanitizer takes terabytes; nothing that a test plants lies in a mapping of this size.
 constexpr std::uint64_t LARGEST_MAPPING = 1ULL << 30U;
@@ -46,66 +44,86 @@ private:
     int descriptor_;
 };
 
-// Memory for the pieces under inspection, which hold the secret if anything does: known by address, so that
-// the scan can leave it out.
-class ScanBuffer {
+// The scan takes its memory straight from the kernel: an allocator would hand out, and thus overwrite, just
+// the freed blocks that are to be looked at.
+class Pages {
 public:
-    ScanBuffer()
-        : memory_(mmap(nullptr, CHUNK_SIZE, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0)) {}
-    ~ScanBuffer() { munmap(memory_, CHUNK_SIZE); }
-    ScanBuffer(const ScanBuffer&) = delete;
-    ScanBuffer& operator=(const ScanBuffer&) = delete;
+    explicit Pages(std::size_t size)
+        : memory_(mmap(nullptr, size, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0)),
+          size_(size) {}
+    ~Pages() { munmap(memory_, size_); }
+    Pages(const Pages&) = delete;
+    Pages& operator=(const Pages&) = delete;
 
-    unsigned char* data() const { return static_cast<unsigned char*>(memory_); }
+    char* data() const { return static_cast<char*>(memory_); }
+    std::size_t size() const { return size_; }
     Range range() const {
         const auto begin = reinterpret_cast<std::uintptr_t>(memory_);
-        return {begin, begin + CHUNK_SIZE};
+        return {begin, begin + size_};
     }
 
 private:
     void* memory_;
+    std::size_t size_;
 };
 
-std::vector<Range> writableRanges(const Range& without) {
-    std::vector<Range> ranges;
-    std::ifstream maps("/proc/self/maps");
-    for (std::string line; std::getline(maps, line);) {
-        Range range{};
-        char access[5] = {};
-        if (std::sscanf(line.c_str(), "%" SCNx64 "-%" SCNx64 " %4s", &range.begin, &range.end, access) != 3 ||
-            std::strncmp(access, "rw", 2) != 0 || range.end - range.begin > LARGEST_MAPPING) {
-            continue;
-        }
-        // Mappings side by side are listed as one.
-        if (without.begin < range.end && range.begin < without.end) {
-            ranges.push_back({range.begin, without.begin});
-            ranges.push_back({without.end, range.end});
-        } else {
-            ranges.push_back(range);
-        }
+// The kernel's list of the mappings, with a NUL behind it.
+void readMaps(const Pages& out) {
+    const File maps("/proc/self/maps");
+    std::size_t size = 0;
+    while (const std::size_t count = maps.readAt(size, out.data() + size, out.size() - 1 - size)) {
+        size += count;
     }
-    return ranges;
+    out.data()[size] = '\0';
 }
 
-bool standsAt(const PlantedSecret& secret, const unsigned char* memory) {
-    std::size_t index = 0;
-    while (index < secret.size() && static_cast<char>(memory[index]) == secret.at(index)) {
+// From a line such as "7f3c1000-7f3c9000 rw-p 00000000 00:00 0".
+bool isToBeScanned(const char* line, Range& range) {
+    char* at = nullptr;
+    range.begin = std::strtoull(line, &at, 16);
+    range.end = std::strtoull(at + 1, &at, 16);
+    return std::strncmp(at, " rw", 3) == 0 && range.end - range.begin <= LARGEST_MAPPING;
+}
+
+template <typename Visit>
+void visitWritableRanges(const char* maps, const Range& without, Visit visit) {
+    for (const char* line = maps; line != nullptr && *line != '\0';) {
+        Range range{};
+        if (isToBeScanned(line, range)) {
+            // Mappings side by side are listed as one.
+            if (without.begin < range.end && range.begin < without.end) {
+                visit(Range{range.begin, without.begin});
+                visit(Range{without.end, range.end});
+            } else {
+                visit(range);
+            }
+        }
+        const char* const lineEnd = std::strchr(line, '\n');
+        line = lineEnd == nullptr ? nullptr : lineEnd + 1;
+    }
+}
+
+bool standsAt(const PlantedSecret& secret, std::size_t from, const char* memory) {
+    std::size_t index = from;
+    while (index < secret.size() && *memory == secret.at(index)) {
         ++index;
+        ++memory;
     }
     return index == secret.size();
 }
 
-std::size_t countIn(const PlantedSecret& secret, const unsigned char* memory, std::size_t size) {
+std::size_t countTail(const PlantedSecret& secret, std::size_t from, const char* memory, std::size_t size) {
+    const std::size_t length = secret.size() - from;
     std::size_t count = 0;
-    const unsigned char* const end = memory + size;
-    while (static_cast<std::size_t>(end - memory) >= secret.size()) {
-        const std::size_t places = static_cast<std::size_t>(end - memory) - secret.size() + 1;
-        const void* const found = std::memchr(memory, secret.at(0), places);
+    const char* const end = memory + size;
+    while (static_cast<std::size_t>(end - memory) >= length) {
+        const std::size_t places = static_cast<std::size_t>(end - memory) - length + 1;
+        const void* const found = std::memchr(memory, secret.at(from), places);
         if (found == nullptr) {
             break;
         }
-        memory = static_cast<const unsigned char*>(found);
-        count += standsAt(secret, memory) ? 1 : 0;
+        memory = static_cast<const char*>(found);
+        count += standsAt(secret, from, memory) ? 1 : 0;
         ++memory;
     }
     return count;
@@ -128,23 +146,27 @@ void PlantedSecret::copyTo(char* out) const {
 }
 
 bool PlantedSecret::equals(const char* text, std::size_t textSize) const {
-    return textSize == size() && standsAt(*this, reinterpret_cast<const unsigned char*>(text));
+    return textSize == size() && standsAt(*this, 0, text);
 }
 
 std::size_t countInOwnMemory(const PlantedSecret& secret) {
     const File memory("/proc/self/mem");
-    const ScanBuffer buffer;
+    const Pages maps(MAPS_SIZE);
+    const Pages chunk(CHUNK_SIZE);  // holds the secret itself, now and then: left out of the scan
+    readMaps(maps);
+
+    const std::size_t from = secret.size() / 2;
+    const std::size_t overlap = secret.size() - from - 1;  // for a secret that lies across the border
     std::size_t count = 0;
-    for (const Range& range : writableRanges(buffer.range())) {
+    visitWritableRanges(maps.data(), chunk.range(), [&](const Range& range) {
         for (std::uint64_t at = range.begin; at < range.end;) {
-            const std::uint64_t wanted = std::min<std::uint64_t>(CHUNK_SIZE, range.end - at);
-            const std::size_t size = memory.readAt(at, buffer.data(), wanted);
-            count += countIn(secret, buffer.data(), size);
-            // The next piece overlaps, for a secret that lies across the border.
+            const std::uint64_t wanted = std::min<std::uint64_t>(chunk.size(), range.end - at);
+            const std::size_t size = memory.readAt(at, chunk.data(), wanted);
+            count += countTail(secret, from, chunk.data(), size);
             const bool isLast = size < wanted || at + size >= range.end;
-            at = isLast ? range.end : at + size - (secret.size() - 1);
+            at = isLast ? range.end : at + size - overlap;
         }
-    }
+    });
     return count;
 }
 

@@ -27,8 +27,9 @@ private:
 };
 
 /// How often the secret stands in the writable memory of this process: heap, stacks, data, freed blocks too.
-/// The huge regions in which sanitizers keep their own state are left out; what the program freed under a
-/// sanitizer isn't. Other threads must be at rest.
+/// Its second half is looked for, as an allocator writes its notes over the head of a freed block; 32
+/// characters and more leave nothing to chance. The huge regions in which sanitizers keep their own state are
+/// left out; what the program freed under a sanitizer isn't. Other threads must be at rest.
 std::size_t countInOwnMemory(const PlantedSecret& secret);
 
 /// What stands at an address now, though it may be freed: read through the kernel, so that no sanitizer and

@@ -2,6 +2,7 @@
 #include "support/LogCapture.h"
 #include "unit/common/TestPolicies.h"
 
+#include <atomic>
 #include <thread>
 #include <vector>
 
@@ -220,9 +221,13 @@ TEST(VerifyPoliciesResultTest, TwoThreadsMayMergeIntoEachOther) {
     PolicySet::VerifyPoliciesResult two;
     one.failedPolicies = {named(N::EDGE_USAGE, "a")};
     two.failedPolicies = {named(N::EDGE_USAGE, "b")};
-    const auto mergeOften = [](PolicySet::VerifyPoliciesResult& left,
-                               PolicySet::VerifyPoliciesResult& right) {
-        for (int round = 0; round < 1000; ++round) {
+    std::atomic<int> ready{0};
+    const auto mergeOften = [&ready](PolicySet::VerifyPoliciesResult& left,
+                                     PolicySet::VerifyPoliciesResult& right) {
+        for (++ready; ready != 2;) {
+            std::this_thread::yield();
+        }
+        for (int round = 0; round < 200000; ++round) {
             left.merge(right);
         }
     };

@@ -43,7 +43,8 @@ TEST(StaticPoliciesTest, AStaticPolicyDrivenHasItsFailurePolicy) {
     EXPECT_EQ(FailureManagementPolicy::IGNORE_SOFT_FAILURE_POLICY, staticUser.failurePolicy_);
 }
 
-TEST(StaticPoliciesTest, ThePoliciesOutliveStaticObjects) {
+TEST(StaticPoliciesDeathTest, ThePoliciesOutliveStaticObjects) {
+    testing::FLAGS_gtest_death_test_style = "threadsafe";
     EXPECT_EXIT(std::exit(EXIT_SUCCESS), testing::ExitedWithCode(EXIT_SUCCESS), "");
 }
 

@@ -3,6 +3,7 @@
 #include <array>
 #include <cerrno>
 #include <chrono>
+#include <cmath>
 #include <condition_variable>
 #include <ctime>
 #include <filesystem>
@@ -48,7 +49,7 @@ long secondsUntil(const timespec& deadline) {
     clock_gettime(CLOCK_MONOTONIC, &now);
     const double seconds = static_cast<double>(deadline.tv_sec - now.tv_sec) +
                            static_cast<double>(deadline.tv_nsec - now.tv_nsec) / 1e9;
-    return static_cast<long>(seconds + 0.5);
+    return std::lround(seconds);
 }
 
 /// Waits as HeldTimedWaits says; `locked` is released meanwhile. False when waits aren't held.
@@ -155,6 +156,8 @@ bool awaitThreadsNamed(const std::string& name, std::size_t threads) {
     return true;
 }
 
+// The linker prescribes these names.
+// NOLINTBEGIN(bugprone-reserved-identifier,cert-dcl37-c,cert-dcl51-cpp)
 extern "C" {
 
 int __real_pthread_attr_init(pthread_attr_t* attributes);
@@ -228,5 +231,6 @@ int __wrap_pthread_create(pthread_t* thread, const pthread_attr_t* attributes, v
 }
 
 }  // extern "C"
+// NOLINTEND(bugprone-reserved-identifier,cert-dcl37-c,cert-dcl51-cpp)
 
 }  // namespace zeb::test

@@ -32,6 +32,8 @@ Curl& curl() {
 
 }  // namespace
 
+// The linker prescribes these names.
+// NOLINTBEGIN(bugprone-reserved-identifier,cert-dcl37-c,cert-dcl51-cpp)
 extern "C" {
 
 CURLcode __real_curl_global_init_mem(long flags, curl_malloc_callback m, curl_free_callback f,
@@ -56,6 +58,7 @@ void __wrap_curl_global_cleanup() {
 }
 
 }  // extern "C"
+// NOLINTEND(bugprone-reserved-identifier,cert-dcl37-c,cert-dcl51-cpp)
 
 namespace {
 

@@ -5,6 +5,7 @@
 #include <cstring>
 #include <malloc.h>
 #include <new>
+#include <utility>
 
 namespace zeb::netutils::test {
 
@@ -116,13 +117,16 @@ void RawAllocator::remove(Block* block) {
     std::replace(std::begin(blocks), std::end(blocks), block, static_cast<Block*>(nullptr));
 }
 
+// The linker prescribes these names.
+// NOLINTBEGIN(bugprone-reserved-identifier,cert-dcl37-c,cert-dcl51-cpp)
+// Visible, as the linker also holds the sanitizers' calls of these functions for calls of the stand-ins.
+#pragma GCC visibility push(default)
 extern "C" {
 
 void* __real_malloc(std::size_t size);
 void* __real_calloc(std::size_t nmemb, std::size_t size);
 char* __real_strdup(const char* text);
 void __real_free(void* pointer);
-void* __real__Znwm(std::size_t size);
 
 void* __wrap_malloc(std::size_t size) {
     void* answer = nullptr;
@@ -142,7 +146,7 @@ char* __wrap_strdup(const char* text) {
     if (!RawAllocator::takeAnswer(answer)) {
         return __real_strdup(text);
     }
-    return answer == nullptr ? nullptr : std::strcpy(static_cast<char*>(answer), text);
+    return answer == nullptr ? nullptr : static_cast<char*>(std::memcpy(answer, text, std::strlen(text) + 1));
 }
 
 void __wrap_free(void* pointer) {
@@ -152,14 +156,26 @@ void __wrap_free(void* pointer) {
     }
 }
 
-void* __wrap__Znwm(std::size_t size) {
-    if (newFails) {
-        newFails = false;
-        throw std::bad_alloc();
-    }
-    return __real__Znwm(size);
-}
-
 }  // extern "C"
+#pragma GCC visibility pop
+// NOLINTEND(bugprone-reserved-identifier,cert-dcl37-c,cert-dcl51-cpp)
 
 }  // namespace zeb::netutils::test
+
+// The other forms (arrays, nothrow) end in these.
+void* operator new(std::size_t size) {
+    using namespace zeb::netutils::test;
+    void* const block = std::exchange(newFails, false) ? nullptr : __real_malloc(size == 0 ? 1 : size);
+    if (block == nullptr) {
+        throw std::bad_alloc();
+    }
+    return block;
+}
+
+void operator delete(void* block) noexcept {
+    zeb::netutils::test::__real_free(block);
+}
+
+void operator delete(void* block, std::size_t /*size*/) noexcept {
+    zeb::netutils::test::__real_free(block);
+}

@@ -4,8 +4,8 @@
 #include <array>
 #include <cerrno>
 #include <memory>
-#include <stdexcept>
 #include <netinet/in.h>
+#include <stdexcept>
 #include <string>
 #include <sys/socket.h>
 #include <unistd.h>

@@ -1,14 +1,29 @@
-// The smallest host: compiled and linked against the installed library alone.
+// The smallest host: compiled and linked against the installed libraries alone.
+#include "http/BasicHttpClient.h"
+#include "http/HttpRequestOptions.h"
+#include "http/Request.h"
+#include "http/Response.h"
+#include "netutils/GlobalInit.h"
+#include "netutils/NetUtilsFactory.h"
 #include "zeblogger/ZEBLogger.h"
 
 #include <iostream>
+#include <memory>
+#include <string>
 
 int main() {
-    std::string line;
+    std::string log;
     LogController::getInstance()->setSink(
-        [&line](const LogController::Record& record) { line = record.message; });
-    ZEBLog(ZEBLogger_getLogger("consumer"), ZEBLOG_WARNING, __FILE__, __LINE__, "installed");
-    ZEBLogger_flush();
-    std::cout << line << '\n';
-    return line == "installed" ? 0 : 1;
+        [&log](const LogController::Record& record) { log.append(record.message).append("\n"); });
+    if (zeb::netutils::GlobalInit() != 0) {
+        return 1;
+    }
+    const auto client = zeb::netutils::NetUtilsFactory().createBasicHttpClient();
+    zeb::http::Response response;
+    const auto result = client->execute(std::make_shared<zeb::http::Request>(""), response);
+    std::cout << result << "\n" << log;
+    return result == zeb::http::HttpClientResult::URL_NOT_SET_ERROR &&
+                   log.find("URL not set") != std::string::npos
+               ? 0
+               : 1;
 }

@@ -1,0 +1,139 @@
+#include "unit/http/CurlSeam.h"
+
+#include <cstdarg>
+#include <cstring>
+#include <map>
+#include <optional>
+
+#include <curl/curl.h>
+
+namespace zeb::http::test {
+namespace {
+
+thread_local std::optional<std::size_t> appendsUntilFailure;
+thread_local std::map<const char*, std::size_t>* appendedLengths = nullptr;
+thread_local std::vector<std::string>* freedEntries = nullptr;
+thread_local bool noHandles = false;
+thread_local std::vector<std::pair<int, long>>* multiNumbers = nullptr;
+
+}  // namespace
+
+FailingSlistAppend::FailingSlistAppend(std::size_t number) {
+    appendsUntilFailure = number;
+}
+
+FailingSlistAppend::~FailingSlistAppend() {
+    appendsUntilFailure.reset();
+}
+
+FreedSlists::FreedSlists() {
+    appendedLengths = new std::map<const char*, std::size_t>;
+    freedEntries = new std::vector<std::string>;
+}
+
+FreedSlists::~FreedSlists() {
+    delete appendedLengths;
+    appendedLengths = nullptr;
+    delete freedEntries;
+    freedEntries = nullptr;
+}
+
+std::vector<std::string> FreedSlists::entries() const {
+    return *freedEntries;
+}
+
+NoCurlHandles::NoCurlHandles() {
+    noHandles = true;
+}
+
+NoCurlHandles::~NoCurlHandles() {
+    noHandles = false;
+}
+
+MultiOptions::MultiOptions() {
+    multiNumbers = new std::vector<std::pair<int, long>>;
+}
+
+MultiOptions::~MultiOptions() {
+    delete multiNumbers;
+    multiNumbers = nullptr;
+}
+
+std::vector<std::pair<int, long>> MultiOptions::numbers() const {
+    return *multiNumbers;
+}
+
+}  // namespace zeb::http::test
+
+// NOLINTBEGIN(bugprone-reserved-identifier,cert-dcl37-c,cert-dcl51-cpp,cert-dcl50-cpp): the linker's names
+using namespace zeb::http::test;
+
+extern "C" {
+
+curl_slist* __real_curl_slist_append(curl_slist* list, const char* text);
+curl_slist* __wrap_curl_slist_append(curl_slist* list, const char* text);
+void __real_curl_slist_free_all(curl_slist* list);
+void __wrap_curl_slist_free_all(curl_slist* list);
+CURL* __real_curl_easy_init();
+CURL* __wrap_curl_easy_init();
+CURLM* __real_curl_multi_init();
+CURLM* __wrap_curl_multi_init();
+CURLMcode __real_curl_multi_setopt(CURLM* multi, CURLMoption option, ...);
+CURLMcode __wrap_curl_multi_setopt(CURLM* multi, CURLMoption option, ...);
+
+curl_slist* __wrap_curl_slist_append(curl_slist* list, const char* text) {
+    if (appendsUntilFailure && (*appendsUntilFailure)-- == 0) {
+        appendsUntilFailure.reset();
+        return nullptr;
+    }
+    curl_slist* const result = __real_curl_slist_append(list, text);
+    if (appendedLengths != nullptr && result != nullptr) {
+        const curl_slist* last = result;
+        while (last->next != nullptr) {
+            last = last->next;
+        }
+        (*appendedLengths)[last->data] = std::strlen(text);
+    }
+    return result;
+}
+
+void __wrap_curl_slist_free_all(curl_slist* list) {
+    if (freedEntries != nullptr) {
+        for (const curl_slist* entry = list; entry != nullptr; entry = entry->next) {
+            const auto known = appendedLengths->find(entry->data);
+            if (known != appendedLengths->end()) {
+                freedEntries->emplace_back(entry->data, known->second);
+                appendedLengths->erase(known);
+            }
+        }
+    }
+    __real_curl_slist_free_all(list);
+}
+
+CURL* __wrap_curl_easy_init() {
+    return noHandles ? nullptr : __real_curl_easy_init();
+}
+
+CURLM* __wrap_curl_multi_init() {
+    return noHandles ? nullptr : __real_curl_multi_init();
+}
+
+CURLMcode __wrap_curl_multi_setopt(CURLM* multi, CURLMoption option, ...) {
+    va_list arguments;
+    va_start(arguments, option);
+    CURLMcode code = CURLM_OK;
+    if (static_cast<int>(option) < CURLOPTTYPE_OBJECTPOINT) {
+        const long number = va_arg(arguments, long);
+        if (multiNumbers != nullptr) {
+            multiNumbers->emplace_back(static_cast<int>(option), number);
+        }
+        code = __real_curl_multi_setopt(multi, option, number);
+    } else {
+        code = __real_curl_multi_setopt(multi, option, va_arg(arguments, void*));
+    }
+    va_end(arguments);
+    return code;
+}
+
+}  // extern "C"
+// NOLINTEND(bugprone-reserved-identifier,cert-dcl37-c,cert-dcl51-cpp,cert-dcl50-cpp)
