@@ -607,7 +607,9 @@ bool CurlHttpUtils::configureEasyRequest(const RequestDataPtr& data) {
     }
     setTransferCallbacks(curl, *data);
     setTls(curl, *data);
-    curl_easy_setopt(curl, CURLOPT_COOKIEFILE, "");
+    // Turns the cookie engine on, as CURLOPT_COOKIEFILE with "" does; but of that one libcurl keeps a list
+    // entry which curl_easy_reset forgets unfreed (seen with 7.88), so that each request would leak one.
+    curl_easy_setopt(curl, CURLOPT_COOKIELIST, "");
     if (optionsOf(*data).isCookieMandatory()) {
         setCookieMandatory(data);
     } else {

@@ -98,6 +98,19 @@ TEST(BasicHttpClientTest, CookiesThatTheServerSetsAreStored) {
     EXPECT_EQ(response.cookies.front().getValue(), "sweet");
 }
 
+TEST(BasicHttpClientTest, ACookieOfTheServersGoesBackWithTheClientsNextRequest) {
+    LoopbackServer server([](const LoopbackServer::Request&) {
+        return Reply::response(200, "", {{"Set-Cookie", "taste=sweet; path=/"}});
+    });
+    const auto client = makeClient();
+    for (int i = 0; i < 2; ++i) {
+        Response response;
+        EXPECT_EQ(client->execute(makeRequest(server.url("/")), response), HttpClientResult::SUCCESS);
+    }
+    EXPECT_FALSE(server.requests().at(0).hasHeader("Cookie"));
+    EXPECT_EQ(server.requests().at(1).header("Cookie"), "taste=sweet");
+}
+
 TEST(BasicHttpClientTest, AServersRefusalIsAnAnswerAndNoFailure) {
     for (const int status : {401, 403, 404, 407, 500, 503}) {
         LoopbackServer server([&](const LoopbackServer::Request&) { return Reply::response(status, "no"); });

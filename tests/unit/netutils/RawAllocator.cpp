@@ -1,7 +1,9 @@
 #include "RawAllocator.h"
 
 #include <algorithm>
+#include <atomic>
 #include <cstring>
+#include <malloc.h>
 #include <new>
 #include <utility>
 
@@ -21,6 +23,10 @@ struct Answers {
 thread_local Answers answers{};
 thread_local Block* blocks[CAPACITY]{};
 thread_local bool newFails = false;
+
+std::atomic<const char*> watchedText{nullptr};
+std::atomic<int> seen{0};
+std::atomic<int> withText{0};
 
 }  // namespace
 
@@ -50,6 +56,31 @@ void RawAllocator::answerNext(std::initializer_list<void*> list) {
 
 bool RawAllocator::answered() {
     return answers.given == answers.count;
+}
+
+void RawAllocator::watchReleasesFor(const char* text) {
+    seen = 0;
+    withText = 0;
+    watchedText = text;
+}
+
+int RawAllocator::releasesSeen() {
+    return seen;
+}
+
+int RawAllocator::releasesWithText() {
+    return withText;
+}
+
+void RawAllocator::inspect(void* pointer) {
+    const char* const text = watchedText;
+    if (text == nullptr || pointer == nullptr) {
+        return;
+    }
+    ++seen;
+    if (memmem(pointer, malloc_usable_size(pointer), text, std::strlen(text)) != nullptr) {
+        ++withText;
+    }
 }
 
 void RawAllocator::failNextNew() {
@@ -120,6 +151,7 @@ char* __wrap_strdup(const char* text) {
 
 void __wrap_free(void* pointer) {
     if (!RawAllocator::freed(pointer)) {
+        RawAllocator::inspect(pointer);
         __real_free(pointer);
     }
 }

@@ -40,6 +40,13 @@ public:
     /// True when all those answers have been given.
     static bool answered();
 
+    /// From now on every block is searched for the text at the moment of its release, on any thread; null
+    /// ends that. The text must stay where it is until then.
+    static void watchReleasesFor(const char* text);
+    /// Releases looked at since, and those that still held the text.
+    static int releasesSeen();
+    static int releasesWithText();
+
     /// Lets the next operator new on this thread throw; tells whether it has yet.
     static void failNextNew();
     static bool newFailed();
@@ -47,6 +54,7 @@ public:
     /// For the wrappers. The first takes the next answer, if there is one; the second is true for a Block.
     static bool takeAnswer(void*& answer);
     static bool freed(void* pointer);
+    static void inspect(void* pointer);
     static void add(Block* block);
     static void remove(Block* block);
 };
