@@ -162,8 +162,8 @@ void executeGet(benchmark::State& state) {
 }  // namespace
 
 // Interleaved repetitions, so that what else the machine does falls on both.
-BENCHMARK(rawGet)->Name("Get1KiB/raw")->UseRealTime()->Repetitions(7)->ReportAggregatesOnly();
-BENCHMARK(executeGet)->Name("Get1KiB/execute")->UseRealTime()->Repetitions(7)->ReportAggregatesOnly();
+BENCHMARK(rawGet)->Name("Get1KiB/raw")->UseRealTime()->Repetitions(9)->ReportAggregatesOnly();
+BENCHMARK(executeGet)->Name("Get1KiB/execute")->UseRealTime()->Repetitions(9)->ReportAggregatesOnly();
 
 int main(int argc, char** argv) {
     server();

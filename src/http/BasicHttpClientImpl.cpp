@@ -445,10 +445,6 @@ BasicHttpClientImpl::AsyncTask::~AsyncTask() {
     }
 }
 
-std::string BasicHttpClientImpl::AsyncTask::name() const {
-    return "AsyncTask";
-}
-
 void BasicHttpClientImpl::AsyncTask::execute() {
     executed_ = true;
     const RunLock run(*requestData_);

@@ -87,7 +87,6 @@ public:
     AsyncTask(std::shared_ptr<HttpClientData> clientData, std::shared_ptr<HttpRequestData> requestData);
     void execute() override;
     ~AsyncTask() override;
-    std::string name() const override;
 
 private:
     /// True when the request is to run; otherwise it has been answered.

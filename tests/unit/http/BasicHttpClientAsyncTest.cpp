@@ -4,6 +4,7 @@
 #include <atomic>
 #include <cstdio>
 #include <fstream>
+#include <pthread.h>
 #include <set>
 #include <sstream>
 #include <thread>
@@ -55,7 +56,6 @@ protected:
 };
 
 // --- answers
-// -------------------------------------------------------------------------------------------------
 
 TEST_F(BasicHttpClientAsyncTest, TheListenerGetsTheResponseUnderTheRequestsId) {
     LoopbackServer server([](const LoopbackServer::Request&) { return Reply::response(404, "nothing"); });
@@ -90,6 +90,14 @@ TEST_F(BasicHttpClientAsyncTest, TheListenerRunsOnAThreadOfThePool) {
     listener_->whenAnswered = [&](const Outcome&) { thread = std::this_thread::get_id(); };
     outcomeOf(makeRequest(server.url("/")));
     EXPECT_NE(thread, std::this_thread::get_id());
+}
+
+TEST_F(BasicHttpClientAsyncTest, TheThreadBearsTheNameOfTheTasksTypeMeanwhile) {
+    LoopbackServer server(hello);
+    char name[16] = "";
+    listener_->whenAnswered = [&](const Outcome&) { pthread_getname_np(pthread_self(), name, sizeof name); };
+    outcomeOf(makeRequest(server.url("/")));
+    EXPECT_STREQ(name, "zeb::http::Bas");  // as much of zeb::http::BasicHttpClientImpl::AsyncTask as it takes
 }
 
 TEST_F(BasicHttpClientAsyncTest, TheListenerMayUseTheClientAgain) {
@@ -182,7 +190,6 @@ TEST_F(BasicHttpClientAsyncTest, AHundredTasksRunOneAfterTheOtherAndNoneIsLost) 
 }
 
 // --- what is not accepted, and what is answered without a transfer
-// -------------------------------------------
 
 TEST_F(BasicHttpClientAsyncTest, WithoutAnEdgePolicyNoRequestIsAccepted) {
     LogCapture log;
@@ -252,7 +259,6 @@ TEST_F(BasicHttpClientAsyncTest, ATaskWithoutAPolicyEndsAsNotEnforced) {
 }
 
 // --- files
-// ---------------------------------------------------------------------------------------------------
 
 TEST_F(BasicHttpClientAsyncTest, ADownloadIsAGetWhoseBodyGoesToTheFile) {
     const std::string content(3 * 1024 * 1024 + 1, 'd');

@@ -133,7 +133,6 @@ TEST(BasicHttpClientCancellationTest, ARequestCancelledBehindAnotherDoesNotRun) 
 }
 
 // --- the end of a client
-// -------------------------------------------------------------------------------------
 
 TEST(BasicHttpClientDestructionTest, QueuedTasksAreAnsweredAsLostAndTheRunningOneEndsAsItWould) {
     const auto gate = std::make_shared<Gate>();

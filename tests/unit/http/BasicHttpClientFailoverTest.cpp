@@ -157,7 +157,6 @@ TEST_F(BasicHttpClientFailoverTest, ACancelledRequestDoesNotGoOnToItsNextUrl) {
 }
 
 // --- a judgement of the host's own
-// ---------------------------------------------------------------------------
 
 class OwnEvaluator : public CurlAnswerEvaluator {
 public:

@@ -247,7 +247,6 @@ TEST_F(BasicHttpClientProxyTest, AFinishThatRunsAgainDisturbsNobody) {
 }
 
 // --- without waiting
-// -----------------------------------------------------------------------------------------
 
 TEST_F(BasicHttpClientProxyTest, ARequestThatDoesNotWaitIsAnsweredAtOnceAndRunsAgainWithLateCredentials) {
     Response response;
@@ -335,7 +334,6 @@ TEST_F(BasicHttpClientProxyTest, NoSecretReachesTheLog) {
 }
 
 // --- what the host is told of the proxy in use
-// -----------------------------------------------------------------
 
 class FixedReader : public HttpProxyConfigurationReader {
 public:

@@ -23,7 +23,6 @@ constexpr int WARNING = ZEBLOG_WARNING;
 constexpr int ERROR = ZEBLOG_ERROR;
 
 // --- what comes back
-// -----------------------------------------------------------------------------------------
 
 TEST(BasicHttpClientTest, AGetBringsStatusHeadersAndBody) {
     LoopbackServer server([](const LoopbackServer::Request&) {
@@ -185,7 +184,6 @@ TEST(BasicHttpClientTest, ACompletedTransferIsLoggedWithCodesAndSizes) {
 }
 
 // --- failures
-// ------------------------------------------------------------------------------------------------
 
 TEST(BasicHttpClientTest, ARefusedPortIsAnUnreachableHost) {
     const RefusedPort refused;
@@ -258,7 +256,6 @@ TEST(BasicHttpClientTest, AServerThatBreaksTheHandshakeOffIsATlsFailure) {
 }
 
 // --- what is checked, in that order
-// --------------------------------------------------------------------------
 
 TEST(BasicHttpClientTest, ANullRequestHasNoUrl) {
     LogCapture log;
@@ -337,7 +334,6 @@ TEST(BasicHttpClientTest, NullHeadersOfARequestAreReplaced) {
 }
 
 // --- the user agent
-// ------------------------------------------------------------------------------------------
 
 std::vector<std::string> userAgentsSentWith(const std::vector<HttpHeader>& headers) {
     LoopbackServer server(hello);
@@ -381,7 +377,6 @@ TEST(BasicHttpClientTest, OnlyTheFirstUserAgentIsLookedAt) {
 }
 
 // --- policies
-// ------------------------------------------------------------------------------------------------
 
 TEST(BasicHttpClientTest, AClientBeginsWithFourDefaultPolicies) {
     const auto client = makeClient();
@@ -482,7 +477,6 @@ TEST(BasicHttpClientTest, NeverUseEdgeReachesTheNetworkWithoutTransformation) {
 }
 
 // --- through the edge
-// ----------------------------------------------------------------------------------------
 
 TEST(BasicHttpClientTest, ATransformedRequestTellsItsUrlAndItsCookiesAreTransformedBack) {
     LoopbackServer server(hello);
@@ -625,7 +619,6 @@ TEST_P(BasicHttpClientEdgeTest, ATaskWithoutListenerRunsIfTheFailureMayBeIgnored
 INSTANTIATE_TEST_SUITE_P(Results, BasicHttpClientEdgeTest, testing::ValuesIn(SYNCHRONOUS), edgeFailureName);
 
 // --- network events
-// ------------------------------------------------------------------------------------------
 
 TEST(BasicHttpClientTest, ACompletedTransferHintsThatTheNetworkIsInUse) {
     LoopbackServer server(hello);
@@ -660,7 +653,6 @@ TEST(BasicHttpClientTest, TheFailureOfATransformedRequestIsAnEventOfTheEdge) {
 }
 
 // --- many at once
-// --------------------------------------------------------------------------------------------
 
 TEST(BasicHttpClientTest, TwentyThreadsOnOneClientTakeTurns) {
     std::atomic<int> inside{0};

@@ -60,7 +60,6 @@ protected:
 };
 
 // --- credentials
-// ---------------------------------------------------------------------------------------------
 
 TEST_F(ProxyAuthenticationHandlerTest, ThereIsOnePerProcess) {
     EXPECT_EQ(ProxyAuthenticationHandler::getInstance(), ProxyAuthenticationHandler::getInstance());
@@ -142,7 +141,6 @@ TEST_F(ProxyAuthenticationHandlerTest, NoSecretAndNoUserReachTheLog) {
 }
 
 // --- parking
-// -------------------------------------------------------------------------------------------------
 
 TEST_F(ProxyAuthenticationHandlerTest, TheHostIsAskedWithTheProxysUrl) {
     park(true);
@@ -278,7 +276,6 @@ TEST_F(ProxyAuthenticationHandlerTest, ManyThreadsParkAndAnswer) {
 }
 
 // --- which proxy is in use
-// -----------------------------------------------------------------------------------
 
 TEST_F(ProxyAuthenticationHandlerTest, TheHostHearsOfAProxyInUpperCaseAndOnlyOnAChange) {
     handler_.updateProxyInfo(true, "ntlm");

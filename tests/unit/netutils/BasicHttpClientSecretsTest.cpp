@@ -68,7 +68,6 @@ bool startWithHooks() {
 }
 
 // --- what libcurl gives back
-// ---------------------------------------------------------------------------------
 
 class BasicHttpClientSecretsTest : public testing::TestWithParam<const char*> {
 protected:
@@ -155,7 +154,6 @@ INSTANTIATE_TEST_SUITE_P(Secrets, BasicHttpClientSecretsTest, testing::Values(PA
                          });
 
 // --- what stays in memory
-// ------------------------------------------------------------------------------------
 
 /// An HTTP server in a process of its own, so that what it receives is not in this one's memory.
 class ServerProcess {
