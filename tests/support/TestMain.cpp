@@ -11,33 +11,36 @@
 
 namespace {
 
-/// The shared pool lives as long as the process: its idle threads bear its name.
-bool staysForEver(const std::filesystem::path& thread) {
+std::string nameOf(const std::filesystem::path& thread) {
     std::ifstream comm(thread / "comm");
     std::string name;
     std::getline(comm, name);
-    return !comm || name == "SharedPool";
+    return name;
 }
 
-[[maybe_unused]] bool threadsAreEnding() {
+/// Threads that run a pool's task, or are about to end. The idle ones of the shared pool bear its name and
+/// live as long as the process; one of ThreadSanitizer's own bears the name of the main thread.
+bool threadsAreEnding() {
+    const std::filesystem::path threads = "/proc/self/task";
+    const std::string mainName = nameOf(threads / std::to_string(getpid()));
     std::error_code error;
-    for (const auto& thread : std::filesystem::directory_iterator("/proc/self/task", error)) {
-        if (thread.path().filename() != std::to_string(getpid()) && !staysForEver(thread.path())) {
+    for (const auto& thread : std::filesystem::directory_iterator(threads, error)) {
+        const std::string name = nameOf(thread.path());
+        if (!name.empty() && name != mainName && name != "SharedPool") {
             return true;
         }
     }
     return false;
 }
 
-/// Pools don't wait for their threads. One that ends after OpenSSL has been cleaned up at the end of the
-/// process leaves what OpenSSL keeps for each thread behind, which LeakSanitizer sees; so let them end first.
+/// Pools don't wait for their threads. One that still uses OpenSSL when that is cleaned up at the end of the
+/// process races with it, and one that ends after leaves behind what OpenSSL keeps for each thread: the
+/// sanitizers see both. So let them end first.
 void waitForThreadsThatEnd() {
-#ifndef __SANITIZE_THREAD__  // it has a thread of its own, and looks for no leaks
     const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(5);
     while (threadsAreEnding() && std::chrono::steady_clock::now() < deadline) {
         std::this_thread::sleep_for(std::chrono::milliseconds(1));
     }
-#endif
 }
 
 }  // namespace
