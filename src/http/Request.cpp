@@ -70,8 +70,7 @@ void setProxyCredential(const std::shared_ptr<Proxy>& proxy) {
 
 Request::Request(const std::string& url) : Request(std::make_shared<HttpRequestOptions>(url)) {}
 
-Request::Request(std::shared_ptr<HttpRequestOptions> options)
-    : options_(std::move(options)), systemProxyResolver_(std::make_shared<SystemProxyResolver>()) {}
+Request::Request(std::shared_ptr<HttpRequestOptions> options) : options_(std::move(options)) {}
 
 Request::~Request() = default;
 
@@ -97,6 +96,14 @@ void Request::setProxy(std::shared_ptr<Proxy> proxy) {
 
 void Request::setSystemProxyResolver(std::shared_ptr<SystemProxyResolver> resolver) {
     systemProxyResolver_ = std::move(resolver);
+    systemProxyResolverGiven_ = true;
+}
+
+void Request::useSystemProxy(bool use) {
+    useSystemProxy_ = use;
+    if (use && systemProxyResolver_ == nullptr && !systemProxyResolverGiven_) {
+        systemProxyResolver_ = std::make_shared<SystemProxyResolver>();
+    }
 }
 
 std::shared_ptr<Proxy> Request::getProxy() const {

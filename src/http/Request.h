@@ -36,11 +36,12 @@ public:
 
     /// A proxy for this request alone; it goes before the system's.
     void setProxy(std::shared_ptr<Proxy> proxy);
-    /// Initially one that knows of no proxy. A null resolver counts as no system proxy.
+    /// Without one, useSystemProxy makes one that knows of no proxy. A null resolver counts as no system
+    /// proxy.
     void setSystemProxyResolver(std::shared_ptr<SystemProxyResolver> resolver);
 
     /// Ask the resolver for a proxy when none is set. Initially false.
-    void useSystemProxy(bool use) { useSystemProxy_ = use; }
+    void useSystemProxy(bool use);
     bool getIsUseSystemProxy() const { return useSystemProxy_; }
 
     /// True (the initial value): when a proxy asks for credentials the request is answered only after the
@@ -67,7 +68,9 @@ private:
     std::shared_ptr<Proxy> proxy_;
     bool useSystemProxy_ = false;
     bool waitUntilProxyCredentialReady_ = true;
-    std::shared_ptr<SystemProxyResolver> systemProxyResolver_;
+    std::shared_ptr<SystemProxyResolver>
+        systemProxyResolver_;  ///< made when first wanted: most requests don't
+    bool systemProxyResolverGiven_ = false;
     std::atomic<bool> cancelled_{false};
 };
 

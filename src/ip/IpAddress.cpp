@@ -10,11 +10,11 @@
 
 namespace zeb::ip {
 
-IpAddress::BytesCache::BytesCache(const BytesCache& other) : bytes_(other.load()) {}
+IpAddress::BytesCache::BytesCache(const BytesCache& /*other*/) {}
 
 IpAddress::BytesCache& IpAddress::BytesCache::operator=(const BytesCache& other) {
     if (this != &other) {
-        store(other.load());
+        bytes_.reset();  // whoever assigns is alone with the object
     }
     return *this;
 }

@@ -3,6 +3,7 @@
 #include "ip/ScopedWinSockInitialiser.h"
 
 #include <algorithm>
+#include <arpa/inet.h>
 #include <memory>
 #include <netdb.h>
 #include <netinet/in.h>
@@ -41,6 +42,15 @@ bool hasIpv6Characters(std::string_view text) {
                        [](char c) { return isHexDigit(c) || c == '.' || c == ':'; });
 }
 
+/// The usual spellings, which the resolver accepts as well, without its cost.
+NumericFamily familyOfUsualSpelling(const std::string& text) {
+    in6_addr bytes{};
+    if (inet_pton(AF_INET, text.c_str(), &bytes) == 1) {
+        return NumericFamily::IPV4;
+    }
+    return inet_pton(AF_INET6, text.c_str(), &bytes) == 1 ? NumericFamily::IPV6 : NumericFamily::NONE;
+}
+
 NumericFamily askResolver(const std::string& text) {
     const ScopedWinSockInitialiser sockets;
     addrinfo hints{};
@@ -70,7 +80,9 @@ NumericFamily numericFamily(std::string_view text) {
     if (text.find('\0') != std::string_view::npos) {  // one can hide in a scope
         return NumericFamily::NONE;
     }
-    return askResolver(std::string(text));
+    const std::string terminated(text);
+    const NumericFamily usual = familyOfUsualSpelling(terminated);
+    return usual != NumericFamily::NONE ? usual : askResolver(terminated);
 }
 
 }  // namespace zeb::ip
