@@ -74,16 +74,8 @@ Request::Request(std::shared_ptr<HttpRequestOptions> options) : options_(std::mo
 
 Request::~Request() = default;
 
-std::shared_ptr<HttpRequestOptions> Request::getOptions() const {
-    return options_;
-}
-
 void Request::setOptions(std::shared_ptr<HttpRequestOptions> options) {
     options_ = std::move(options);
-}
-
-std::shared_ptr<HttpClientListener> Request::getListener() const {
-    return listener_;
 }
 
 void Request::setListener(std::shared_ptr<HttpClientListener> listener) {

@@ -27,11 +27,11 @@ public:
     Request(const Request&) = delete;
     Request& operator=(const Request&) = delete;
 
-    std::shared_ptr<HttpRequestOptions> getOptions() const;
+    const std::shared_ptr<HttpRequestOptions>& getOptions() const { return options_; }
     void setOptions(std::shared_ptr<HttpRequestOptions> options);
 
     /// Needed by asynchronous runs; makes a synchronous one report its progress.
-    std::shared_ptr<HttpClientListener> getListener() const;
+    const std::shared_ptr<HttpClientListener>& getListener() const { return listener_; }
     void setListener(std::shared_ptr<HttpClientListener> listener);
 
     /// A proxy for this request alone; it goes before the system's.
