@@ -379,6 +379,27 @@ TEST_F(SecureStringInMemoryTest, ASecretIsInClearOnceWhileItIsReadAndNoMoreAfter
     EXPECT_EQ(0U, countInOwnMemory(secret_));
 }
 
+// The other secret: with the key, all texts are in clear.
+TEST_F(SecureStringInMemoryTest, TheKeyIsNowhereInClearButWhileItIsUsed) {
+    ByteBlob block(internal::SECURE_STRING_KEY_SIZE);
+    internal::bWV0aG9k(block.data);
+    const PlantedSecret key(block.data, block.size);
+    EXPECT_EQ(1U, countInOwnMemory(key));
+    block.destroyData();
+    const SecureString held = planted();
+    EXPECT_TRUE(isPlanted(held));
+    EXPECT_EQ(0U, countInOwnMemory(key));
+}
+
+TEST_F(SecureStringInMemoryTest, AFailedDecryptionLeavesNothingInClear) {
+    std::vector<unsigned char> value = planted().getEncryptedValue();
+    value.resize(value.size() - 16);  // the block of padding: all of the text is there, but is refused
+    SecureStringReader reader;
+    SecureString(value).getUnsecureString(reader);
+    EXPECT_EQ(0U, reader.getBufSize());
+    EXPECT_EQ(0U, countInOwnMemory(secret_));
+}
+
 TEST_F(SecureStringInMemoryTest, ComparingAndSerialisingLeaveNothingInClear) {
     const SecureString held = planted();
     const SecureString other = planted();
