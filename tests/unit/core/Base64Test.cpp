@@ -306,6 +306,7 @@ TEST(Base64Test, LinesOfEqualLengthAreAccepted) {
          {"Zm9v\r\nZm9v", "Zm9v\r\nZm8=", "Zm9v\r\nZm9v\r\n", "Z\r\nm\r\n9\r\nv", "Zm9\r\nv"}) {
         Bytes out;
         EXPECT_EQ(0, base64_decode(text, out)) << text;
+        ASSERT_FALSE(out.empty());
         EXPECT_EQ('f', out.front());
     }
 }
@@ -368,6 +369,7 @@ TEST(Base64Test, DecodingWithoutPaddingAcceptsPaddedAndHalfPaddedTextsToo) {
     for (const char* text : {"Zg", "Zg%3D%3D", "Zm8%3D"}) {
         Bytes out;
         EXPECT_EQ(0, base64url_decode_without_padding(text, out)) << text;
+        ASSERT_FALSE(out.empty());
         EXPECT_EQ('f', out.front());
     }
 }
