@@ -189,7 +189,7 @@ __attribute__((noinline)) void callInItsOwnFrame(Function& function) {
 // Runs on a stack of its own, so that what a function leaves below its frame can be looked at in peace.
 template <typename Function>
 std::string stackLeftBy(Function function) {
-    constexpr std::size_t SIZE = 256UL << 10U;
+    constexpr std::size_t SIZE = 2UL << 20U;  // a sanitizer wants nearly a megabyte for itself
     void* const stack = mmap(nullptr, SIZE, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
     pthread_attr_t attributes;
     pthread_attr_init(&attributes);
