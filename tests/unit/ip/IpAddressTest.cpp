@@ -1,6 +1,7 @@
 #include "ip/IpAddress.h"
 #include "ip/Ipv4Address.h"
 #include "ip/Ipv6Address.h"
+#include "support/AllocationCounter.h"
 #include "support/LogCapture.h"
 #include "zeblogger/ZEBLogger.h"
 
@@ -17,6 +18,7 @@ namespace {
 
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
+using zeb::test::AllocationCounter;
 using zeb::test::LogCapture;
 using Bytes = std::vector<unsigned char>;
 
@@ -96,6 +98,22 @@ TEST(IpAddressTest, GivesTheSameBytesEveryTime) {
     address.getBytes().clear();
     EXPECT_EQ(LOOPBACK_V6, address.getBytes());
     EXPECT_EQ(LOOPBACK_V6, address.getBytes());
+}
+
+TEST(IpAddressTest, ReadsItsTextOnlyForTheFirstBytesAndThenCopiesThem) {
+    const IpAddress address = IpAddress::createIpAddress("2001:db8:0:0:0:0:10.1.2.3");
+    const std::vector<unsigned char> first = address.getBytes();
+    const AllocationCounter allocations;
+    EXPECT_EQ(first, address.getBytes());
+    EXPECT_EQ(1U, allocations.count());
+}
+
+TEST(IpAddressTest, OfATextThatOnlyTheResolverReadsIsReadAnewEachTime) {
+    const LogCapture log;
+    const IpAddress address = IpAddress::createIpAddress("127.1");
+    address.getBytes();
+    address.getBytes();
+    EXPECT_EQ(2U, log.count("pton_retval: 0"));
 }
 
 TEST(IpAddressTest, HasNoBytesWhenEmptyAndLogsNothing) {
