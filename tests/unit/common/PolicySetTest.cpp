@@ -185,6 +185,26 @@ TEST(PolicySetTest, ThreadsReadAndWriteAtTheSameTime) {
     EXPECT_EQ("SYSTEM_PROXY_USAGE[proxy]", set.toString());
 }
 
+TEST(PolicySetTest, NoThreadSeesAPartOfWhatAddAllAdds) {
+    PolicySet::Policies policies;
+    for (int nature = N::EDGE_USAGE; nature <= N::UNKNOWN; ++nature) {
+        policies.insert(named(static_cast<N::Nature>(nature), "x"));
+    }
+    PolicySet set;
+    std::atomic<bool> done{false};
+    std::thread reader([&] {
+        while (!done) {
+            EXPECT_THAT(set.getAll().size(), testing::AnyOf(0U, policies.size()));
+        }
+    });
+    for (int round = 0; round < 3000; ++round) {
+        set.addAll(policies);
+        set.removeAll();
+    }
+    done = true;
+    reader.join();
+}
+
 TEST(VerifyPoliciesResultTest, IsNoSuccessAtConstruction) {
     EXPECT_FALSE(PolicySet::VerifyPoliciesResult().success);
 }
