@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <arpa/inet.h>
+#include <array>
 #include <memory>
 #include <netdb.h>
 #include <netinet/in.h>
@@ -42,13 +43,18 @@ bool hasIpv6Characters(std::string_view text) {
                        [](char c) { return isHexDigit(c) || c == '.' || c == ':'; });
 }
 
-/// The usual spellings, which the resolver accepts as well, without its cost.
-NumericFamily familyOfUsualSpelling(const std::string& text) {
+/// The usual spellings, which the resolver accepts as well, without its cost and without an allocation.
+NumericFamily familyOfUsualSpelling(std::string_view text) {
+    std::array<char, INET6_ADDRSTRLEN> terminated{};
+    if (text.size() >= terminated.size()) {
+        return NumericFamily::NONE;
+    }
+    text.copy(terminated.data(), text.size());
     in6_addr bytes{};
-    if (inet_pton(AF_INET, text.c_str(), &bytes) == 1) {
+    if (inet_pton(AF_INET, terminated.data(), &bytes) == 1) {
         return NumericFamily::IPV4;
     }
-    return inet_pton(AF_INET6, text.c_str(), &bytes) == 1 ? NumericFamily::IPV6 : NumericFamily::NONE;
+    return inet_pton(AF_INET6, terminated.data(), &bytes) == 1 ? NumericFamily::IPV6 : NumericFamily::NONE;
 }
 
 NumericFamily askResolver(const std::string& text) {
@@ -80,9 +86,8 @@ NumericFamily numericFamily(std::string_view text) {
     if (text.find('\0') != std::string_view::npos) {  // one can hide in a scope
         return NumericFamily::NONE;
     }
-    const std::string terminated(text);
-    const NumericFamily usual = familyOfUsualSpelling(terminated);
-    return usual != NumericFamily::NONE ? usual : askResolver(terminated);
+    const NumericFamily usual = familyOfUsualSpelling(text);
+    return usual != NumericFamily::NONE ? usual : askResolver(std::string(text));
 }
 
 }  // namespace zeb::ip

@@ -184,6 +184,14 @@ TEST(HttpUtilsHostTest, OfALongNameIsFoundWithTheAllocationOfTheResultAlone) {
     EXPECT_EQ("phone.region.example.test", host);
 }
 
+TEST(HttpUtilsHostTest, OfAnIpv6AddressIsFoundWithTheAllocationOfTheResultAlone) {
+    const std::string url = urlOf100Bytes("[2001:db8:1111:2222:3333:4444:5555:6666]");
+    const AllocationCounter allocations;
+    const std::string host = HttpUtils::extractHostFromHttpUrl(url);
+    EXPECT_EQ(1U, allocations.count());
+    EXPECT_EQ("2001:db8:1111:2222:3333:4444:5555:6666", host);
+}
+
 TEST(HttpUtilsHostTest, MadeOfHexadecimalDigitsBeforeAPortIsFoundWithoutAnyAllocation) {
     const std::string url = urlOf100Bytes("dead.beef");
     const AllocationCounter allocations;
