@@ -12,6 +12,7 @@
 #include "http/HttpRequestData.h"
 #include "http/HttpRequestOptions.h"
 #include "http/HttpUtils.h"
+#include "http/LineText.h"
 #include "http/OpenSSLOptions.h"
 #include "http/Proxy.h"
 #include "http/ProxyBypassReader.h"
@@ -104,6 +105,18 @@ long getFileSize(const std::string& path) {
     ZEB_LOG_DEBUG(log::httpClient(), "file size: " << size);
     CurlHttpUtils::closeFile(&file);
     return size;
+}
+
+/// A line break in a cookie would end its line on the wire, or its entry in libcurl's list. Such a line is
+/// wiped here.
+bool isCookieLeftOut(const HttpRequestData& data, std::string& raw) {
+    if (!breaksLine(raw)) {
+        return false;
+    }
+    SecureStringUtils::ZEBZeroString(raw);
+    ZEB_LOG_ERROR(log::httpClient(), "Request " << data.formattedRequestID()
+                                                << " a cookie is left out: it has a line break or NUL in it");
+    return true;
 }
 
 // --- configuration, step by step -------------------------------------------------------------------------
@@ -623,11 +636,6 @@ bool CurlHttpUtils::configureEasyRequest(const RequestDataPtr& data) {
     return true;
 }
 
-bool CurlHttpUtils::setUrl(const RequestDataPtr& data) {
-    return !isSetOptError(curl_easy_setopt(handleOf(*data), CURLOPT_URL, optionsOf(*data).url.c_str()),
-                          "CURLOPT_URL", "");
-}
-
 bool CurlHttpUtils::setHeadersFromHttpRequestData(const RequestDataPtr& data) {
     return setHeaders(data, optionsOf(*data).headers);
 }
@@ -673,6 +681,9 @@ bool CurlHttpUtils::setCookies(const RequestDataPtr& data) {
     std::string names;
     for (const common::Cookie& cookie : optionsOf(*data).cookies) {
         std::string raw = cookie.getRawFormat();
+        if (isCookieLeftOut(*data, raw)) {
+            continue;
+        }
         const CURLcode code = curl_easy_setopt(handleOf(*data), CURLOPT_COOKIELIST, raw.c_str());
         SecureStringUtils::ZEBZeroString(raw);
         if (isSetOptError(code, "CURLOPT_COOKIELIST", curl_easy_strerror(code))) {
@@ -688,6 +699,11 @@ bool CurlHttpUtils::setCookieMandatory(const RequestDataPtr& data) {
     const std::vector<common::Cookie>& cookies = optionsOf(*data).cookies;
     std::string text;
     for (const common::Cookie& cookie : cookies) {
+        std::string raw = cookie.getRawFormat();
+        if (isCookieLeftOut(*data, raw)) {
+            continue;
+        }
+        SecureStringUtils::ZEBZeroString(raw);
         std::string value = cookie.getValue();
         std::string longer;
         longer.reserve(text.size() + cookie.getName().size() + value.size() + 3);
