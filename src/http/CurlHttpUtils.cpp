@@ -324,16 +324,18 @@ void setTls(CURL* curl, HttpRequestData& data) {
     curl_easy_setopt(curl, CURLOPT_SSL_CTX_DATA, &data);
 }
 
-void setLimits(CURL* curl, const HttpRequestData& data) {
-    const HttpRequestOptions& options = optionsOf(data);
-    if (data.getWrapper().fileOperation != HTTPFileOperation::NONE) {
-        const long seconds =
-            options.lowSpeedTimeout == 0 ? DEFAULT_LOW_SPEED_TIMEOUT_S : options.lowSpeedTimeout;
-        curl_easy_setopt(curl, CURLOPT_LOW_SPEED_LIMIT, 1L);
-        curl_easy_setopt(curl, CURLOPT_LOW_SPEED_TIME, seconds);
-        ZEB_LOG_DEBUG(log::httpClient(),
-                      "Setting low transfer speed timeout value in seconds to : " << seconds);
+void setLowSpeedLimit(CURL* curl, const HttpRequestData& data) {
+    if (data.getWrapper().fileOperation == HTTPFileOperation::NONE) {
+        return;
     }
+    const long wanted = optionsOf(data).lowSpeedTimeout;
+    const long seconds = wanted == 0 ? DEFAULT_LOW_SPEED_TIMEOUT_S : wanted;
+    curl_easy_setopt(curl, CURLOPT_LOW_SPEED_LIMIT, 1L);
+    curl_easy_setopt(curl, CURLOPT_LOW_SPEED_TIME, seconds);
+    ZEB_LOG_DEBUG(log::httpClient(), "Setting low transfer speed timeout value in seconds to : " << seconds);
+}
+
+void setTimeouts(CURL* curl, const HttpRequestOptions& options) {
     curl_easy_setopt(curl, CURLOPT_NOSIGNAL, 1L);
     curl_easy_setopt(
         curl, CURLOPT_CONNECTTIMEOUT_MS,
@@ -619,6 +621,7 @@ bool CurlHttpUtils::configureEasyRequest(const RequestDataPtr& data) {
         curl_easy_setopt(curl, CURLOPT_HTTPPOST, data->getWrapper().formFirst);
     }
     setTransferCallbacks(curl, *data);
+    setLowSpeedLimit(curl, *data);
     setTls(curl, *data);
     // Turns the cookie engine on, as CURLOPT_COOKIEFILE with "" does; but of that one libcurl keeps a list
     // entry which curl_easy_reset forgets unfreed (seen with 7.88), so that each request would leak one.
@@ -628,7 +631,7 @@ bool CurlHttpUtils::configureEasyRequest(const RequestDataPtr& data) {
     } else {
         setCookies(data);
     }
-    setLimits(curl, *data);
+    setTimeouts(curl, optionsOf(*data));
     ZEB_LOG_DEBUG(log::httpClient(),
                   "Request " << data->formattedRequestID()
                              << " configured with: " << optionsOf(*data).acceptableTlsVersionsAsString()
@@ -733,7 +736,8 @@ bool CurlHttpUtils::configureMultiformRequest(const RequestDataPtr& data) {
         auto headers = std::make_shared<CurlHeaders>(part->getHeaders());
         headers->appendHeaderForSNI("Host", options.url, options.isEdgeRequest());
         wrapper.partHeaders.push_back(headers);
-        ZEB_LOG_DEBUG(log::httpClient(), "Adding " << part->getName() << ", " << part->getType());
+        ZEB_LOG_DEBUG(log::httpClient(),
+                      "Adding " << part->getName() << ", " << ZEBLogger_replacePIIData(part->getValue()));
         CURLFORMcode code = CURL_FORMADD_OK;
         switch (part->getType()) {
             case MultiformPartType::FROM_STRING:
