@@ -9,6 +9,7 @@
 #include "http/Proxy.h"
 #include "http/Request.h"
 #include "netutils/GlobalInit.h"
+#include "netutils/SNIUtil.h"
 
 #include <cstdlib>
 #include <memory>
@@ -33,8 +34,8 @@ std::shared_ptr<Request> plainRequest() {
     return request;
 }
 
-/// Body, credentials, cookie, proxy with its own credentials, listener: all but a file, whose opening is the
-/// disk's time, and a form.
+/// Body, credentials, cookie, proxy with its own credentials, listener, another name for TLS: all but a file,
+/// whose opening is the disk's time, and a form.
 std::shared_ptr<Request> fullRequest() {
     auto request = plainRequest();
     HttpRequestOptions& options = *request->getOptions();
@@ -46,6 +47,7 @@ std::shared_ptr<Request> fullRequest() {
     options.credentials->password = zeb::SecureString("password");
     options.cookies.emplace_back("server.example.com\tFALSE\t/\tTRUE\t0\tname\tvalue");
     options.forbidReuse = true;
+    options.setEdgeRequest(true);
     request->setListener(std::make_shared<QuietListener>());
     auto proxy = std::make_shared<Proxy>();
     proxy->setProxyServer("proxy.example.com", ProxyType::HTTP);
@@ -72,6 +74,7 @@ void plain(benchmark::State& state) {
 }
 
 void full(benchmark::State& state) {
+    zeb::netutils::SNIUtil::setEdgeDomain("example.net");
     configure(state, fullRequest());
 }
 

@@ -77,12 +77,16 @@ void forgetIdentifiers(SSLData& sslData) {
     }
 }
 
-/// Null when there is no edge layer: a transfer must not hear of that by an exception.
+/// Null when there is no edge layer: a transfer must not hear of that by an exception, nor wait, in the midst
+/// of others, for one that starts.
 std::shared_ptr<edge::EdgeDetectionController> edgeDetectionControllerOrNull() {
+    if (!netutils::GlobalEdgeStateController::isInitialized()) {
+        return nullptr;
+    }
     try {
         return netutils::GlobalEdgeStateController::getGlobalEdgeState()->getEdgeDetectionController();
     } catch (const std::logic_error&) {
-        return nullptr;
+        return nullptr;  // gone since
     }
 }
 
