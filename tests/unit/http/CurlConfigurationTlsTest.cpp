@@ -1,5 +1,6 @@
 #include "CurlConfigurationTestSupport.h"
 #include "support/FakeCertVerifier.h"
+#include "unit/http/CurlSeam.h"
 
 #include <array>
 
@@ -132,6 +133,16 @@ TEST_F(CurlConfigurationTlsTest, WithoutAUrlOfLibcurlsNoNameIsSetButTheHookIs) {
     const SessionPtr server(SSL_new(serverContext.get()));
     EXPECT_FALSE(shakeHands(client.get(), server.get()));
     EXPECT_TRUE(log.contains("No Certificate Verifier set, rejecting the certificate"));
+}
+
+TEST_F(CurlConfigurationTlsTest, ANullUrlOfLibcurlsIsAnErrorInTheLogAndNoName) {
+    data();
+    const NoEffectiveUrl noUrl;
+    EXPECT_EQ(CURLE_OK, callBack());
+    EXPECT_TRUE(log.contains(ERROR, "fqdn not set"));
+    EXPECT_EQ("", sslData().identifierToDisplay);
+    EXPECT_EQ("", sslData().serverCurlFQDN);
+    EXPECT_FALSE(log.contains("Display:["));
 }
 
 TEST_F(CurlConfigurationTlsTest, TheVerifierIsAskedInTheHandshake) {
