@@ -3,6 +3,7 @@
 #include "core/Log.h"
 #include "core/SecureStringUtils.h"
 #include "http/HttpUtils.h"
+#include "http/LineText.h"
 
 #include <algorithm>
 #include <cstddef>
@@ -16,6 +17,22 @@ namespace {
 
 constexpr std::size_t USUAL_HEADER_SIZE = 512;
 
+/// Why the header must not reach the wire; null when it may.
+const char* objectionTo(const HttpHeader& header) {
+    if (header.first.empty()) {
+        return "its name is empty";
+    }
+    if (breaksLine(header.first)) {
+        return "its name has a line break or NUL in it";
+    }
+    return breaksLine(header.second) ? "its value has a line break or NUL in it" : nullptr;
+}
+
+/// A name that is in order tells which header it was; the value may be a secret.
+std::string nameOf(const HttpHeader& header) {
+    return breaksLine(header.first) ? std::string() : " '" + header.first + "'";
+}
+
 }  // namespace
 
 CurlHeaders::CurlHeaders(const std::shared_ptr<HttpHeaders>& headers) {
@@ -23,8 +40,14 @@ CurlHeaders::CurlHeaders(const std::shared_ptr<HttpHeaders>& headers) {
         return;
     }
     for (std::size_t index = 0; index < headers->size(); ++index) {
+        const HttpHeader& header = (*headers)[index];
+        if (const char* const objection = objectionTo(header)) {
+            ZEB_LOG_ERROR(log::httpClient(), "Header" << nameOf(header) << " with index " << index
+                                                      << " is left out: " << objection);
+            continue;
+        }
         std::string line;
-        buildHeader((*headers)[index], line);
+        buildHeader(header, line);
         if (!append(line)) {
             ZEB_LOG_ERROR(log::httpClient(), "Fail to append header to list, header index: " << index);
             // Deliberate: the lines so far are given up and the list starts anew with the next one. They are
@@ -63,6 +86,10 @@ bool CurlHeaders::append(const std::string& line) {
 }
 
 void CurlHeaders::appendHeader(const HttpHeader& header) {
+    if (const char* const objection = objectionTo(header)) {
+        ZEB_LOG_ERROR(log::httpClient(), "Header" << nameOf(header) << " is left out: " << objection);
+        return;
+    }
     std::string line;
     buildHeader(header, line);
     if (!append(line)) {

@@ -12,6 +12,9 @@ namespace zeb::http {
 
 /// Owner of one libcurl string list that holds header lines, which may be secrets: every line is overwritten
 /// with zeros before it is freed.
+///
+/// A header with an empty name, or with a CR, LF or NUL in its name or value, would become another header, or
+/// the end of them all, on the wire. It is left out, and an error in the log says which and why.
 class ZEBNETUTILS_EXPORT CurlHeaders {
 public:
     /// A null vector gives an empty list. When a line can't be appended, for lack of memory, that is logged

@@ -12,6 +12,7 @@
 #include "http/HttpRequestData.h"
 #include "http/HttpRequestOptions.h"
 #include "http/HttpUtils.h"
+#include "http/LineText.h"
 #include "http/OpenSSLOptions.h"
 #include "http/Proxy.h"
 #include "http/ProxyBypassReader.h"
@@ -103,6 +104,18 @@ long getFileSize(const std::string& path) {
     ZEB_LOG_DEBUG(log::httpClient(), "file size: " << size);
     CurlHttpUtils::closeFile(&file);
     return size;
+}
+
+/// A line break in a cookie would end its line on the wire, or its entry in libcurl's list. Such a line is
+/// wiped here.
+bool isCookieLeftOut(const HttpRequestData& data, std::string& raw) {
+    if (!breaksLine(raw)) {
+        return false;
+    }
+    SecureStringUtils::ZEBZeroString(raw);
+    ZEB_LOG_ERROR(log::httpClient(), "Request " << data.formattedRequestID()
+                                                << " a cookie is left out: it has a line break or NUL in it");
+    return true;
 }
 
 // --- configuration, step by step -------------------------------------------------------------------------
@@ -310,16 +323,18 @@ void setTls(CURL* curl, HttpRequestData& data) {
     curl_easy_setopt(curl, CURLOPT_SSL_CTX_DATA, &data);
 }
 
-void setLimits(CURL* curl, const HttpRequestData& data) {
-    const HttpRequestOptions& options = optionsOf(data);
-    if (data.getWrapper().fileOperation != HTTPFileOperation::NONE) {
-        const long seconds =
-            options.lowSpeedTimeout == 0 ? DEFAULT_LOW_SPEED_TIMEOUT_S : options.lowSpeedTimeout;
-        curl_easy_setopt(curl, CURLOPT_LOW_SPEED_LIMIT, 1L);
-        curl_easy_setopt(curl, CURLOPT_LOW_SPEED_TIME, seconds);
-        ZEB_LOG_DEBUG(log::httpClient(),
-                      "Setting low transfer speed timeout value in seconds to : " << seconds);
+void setLowSpeedLimit(CURL* curl, const HttpRequestData& data) {
+    if (data.getWrapper().fileOperation == HTTPFileOperation::NONE) {
+        return;
     }
+    const long wanted = optionsOf(data).lowSpeedTimeout;
+    const long seconds = wanted == 0 ? DEFAULT_LOW_SPEED_TIMEOUT_S : wanted;
+    curl_easy_setopt(curl, CURLOPT_LOW_SPEED_LIMIT, 1L);
+    curl_easy_setopt(curl, CURLOPT_LOW_SPEED_TIME, seconds);
+    ZEB_LOG_DEBUG(log::httpClient(), "Setting low transfer speed timeout value in seconds to : " << seconds);
+}
+
+void setTimeouts(CURL* curl, const HttpRequestOptions& options) {
     curl_easy_setopt(curl, CURLOPT_NOSIGNAL, 1L);
     curl_easy_setopt(
         curl, CURLOPT_CONNECTTIMEOUT_MS,
@@ -605,6 +620,7 @@ bool CurlHttpUtils::configureEasyRequest(const RequestDataPtr& data) {
         curl_easy_setopt(curl, CURLOPT_HTTPPOST, data->getWrapper().formFirst);
     }
     setTransferCallbacks(curl, *data);
+    setLowSpeedLimit(curl, *data);
     setTls(curl, *data);
     // Turns the cookie engine on, as CURLOPT_COOKIEFILE with "" does; but of that one libcurl keeps a list
     // entry which curl_easy_reset forgets unfreed (seen with 7.88), so that each request would leak one.
@@ -614,17 +630,12 @@ bool CurlHttpUtils::configureEasyRequest(const RequestDataPtr& data) {
     } else {
         setCookies(data);
     }
-    setLimits(curl, *data);
+    setTimeouts(curl, optionsOf(*data));
     ZEB_LOG_DEBUG(log::httpClient(),
                   "Request " << data->formattedRequestID()
                              << " configured with: " << optionsOf(*data).acceptableTlsVersionsAsString()
                              << ", transfer timeout " << optionsOf(*data).transferTimeout << " msec");
     return true;
-}
-
-bool CurlHttpUtils::setUrl(const RequestDataPtr& data) {
-    return !isSetOptError(curl_easy_setopt(handleOf(*data), CURLOPT_URL, optionsOf(*data).url.c_str()),
-                          "CURLOPT_URL", "");
 }
 
 bool CurlHttpUtils::setHeadersFromHttpRequestData(const RequestDataPtr& data) {
@@ -672,6 +683,9 @@ bool CurlHttpUtils::setCookies(const RequestDataPtr& data) {
     std::string names;
     for (const common::Cookie& cookie : optionsOf(*data).cookies) {
         std::string raw = cookie.getRawFormat();
+        if (isCookieLeftOut(*data, raw)) {
+            continue;
+        }
         const CURLcode code = curl_easy_setopt(handleOf(*data), CURLOPT_COOKIELIST, raw.c_str());
         SecureStringUtils::ZEBZeroString(raw);
         if (isSetOptError(code, "CURLOPT_COOKIELIST", curl_easy_strerror(code))) {
@@ -687,6 +701,11 @@ bool CurlHttpUtils::setCookieMandatory(const RequestDataPtr& data) {
     const std::vector<common::Cookie>& cookies = optionsOf(*data).cookies;
     std::string text;
     for (const common::Cookie& cookie : cookies) {
+        std::string raw = cookie.getRawFormat();
+        if (isCookieLeftOut(*data, raw)) {
+            continue;
+        }
+        SecureStringUtils::ZEBZeroString(raw);
         std::string value = cookie.getValue();
         std::string longer;
         longer.reserve(text.size() + cookie.getName().size() + value.size() + 3);
@@ -716,7 +735,8 @@ bool CurlHttpUtils::configureMultiformRequest(const RequestDataPtr& data) {
         auto headers = std::make_shared<CurlHeaders>(part->getHeaders());
         headers->appendHeaderForSNI("Host", options.url, options.isEdgeRequest());
         wrapper.partHeaders.push_back(headers);
-        ZEB_LOG_DEBUG(log::httpClient(), "Adding " << part->getName() << ", " << part->getType());
+        ZEB_LOG_DEBUG(log::httpClient(),
+                      "Adding " << part->getName() << ", " << ZEBLogger_replacePIIData(part->getValue()));
         CURLFORMcode code = CURL_FORMADD_OK;
         switch (part->getType()) {
             case MultiformPartType::FROM_STRING:

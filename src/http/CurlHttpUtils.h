@@ -23,11 +23,24 @@ public:
     /// The whole configuration, from a reset handle on. False when the request owns no handle, a file can't
     /// be opened, or the form can't be built; every other failure shows when the transfer runs.
     static bool configureEasyRequest(const std::shared_ptr<HttpRequestData>& data);
+    /// Picks one of the three forms below: only a request that goes through the edge may need another than
+    /// the first. A URL with a CR, LF or NUL in it is given in none of them: the transfer then fails for its
+    /// URL.
     static bool setUrl(const std::shared_ptr<HttpRequestData>& data);
+    /// The URL as it is.
+    static bool setUrlWithoutSNI(const std::shared_ptr<HttpRequestData>& data);
+    /// `serverName` stands in the URL in place of the host, which is still the one to connect to: so TLS asks
+    /// for one name at another's address (RFC 6066). After setIdentifiers.
+    static bool setUrlWithSNI(const std::shared_ptr<HttpRequestData>& data, const std::string& serverName);
+    /// The URL as it is, and connections for its host go to the address `ip`, without a DNS look-up.
+    static bool setUrlWithIP(const std::shared_ptr<HttpRequestData>& data, const std::string& ip);
+    /// Keeps both names of the SNI form for the verification of the certificate.
+    static bool setIdentifiers(const std::shared_ptr<HttpRequestData>& data, const std::string& serverName);
     static bool setHeadersFromHttpRequestData(const std::shared_ptr<HttpRequestData>& data);
     static bool setHeaders(const std::shared_ptr<HttpRequestData>& data,
                            const std::shared_ptr<HttpHeaders>& headers);
     static bool addOauthToken(const std::shared_ptr<HttpRequestData>& data);
+    /// Cookies with a CR, LF or NUL in them are left out, here and in setCookieMandatory.
     static bool setCookies(const std::shared_ptr<HttpRequestData>& data);
     static bool setCookieMandatory(const std::shared_ptr<HttpRequestData>& data);
     /// Builds libcurl's form list. The list is deliberately never released: libcurl may read it as long as

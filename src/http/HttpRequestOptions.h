@@ -54,7 +54,9 @@ struct LoggingOption {
 struct ZEBNETUTILS_EXPORT HttpRequestOptions {
     explicit HttpRequestOptions(const std::string& url);
 
-    /// Where to. Rewritten in place by the edge transformation, by percent-encoding and by a failover.
+    /// Where to. Rewritten in place by the edge transformation, by percent-encoding and by a failover. A URL
+    /// with a CR, LF or NUL in it is not repaired, as nobody could tell what it was meant to reach: an error
+    /// is logged, nothing is sent, and the request ends with URL_FORMAT_ERROR.
     std::string url;
     /// Where to go on, in this order, when a server can't be reached or fails the transfer; each is asked
     /// once. Another status than 200 is an answer, not a failure. The edge transformation puts its own list
@@ -74,8 +76,10 @@ struct ZEBNETUTILS_EXPORT HttpRequestOptions {
     /// Milliseconds for the connection to come about; 0 means 60000.
     long connectionTimeout = 0;
     HttpMethod method = HttpMethod::GET;
-    /// Request headers in order; never null unless the host makes it so.
+    /// Request headers in order; never null unless the host makes it so. One with an empty name, or with a
+    /// CR, LF or NUL in it, is left out, with an error in the log, and the request runs without it.
     std::shared_ptr<HttpHeaders> headers;
+    /// One with a CR, LF or NUL in it is left out likewise.
     std::vector<common::Cookie> cookies;
     /// Send the cookies in the Cookie header as they are, whatever host they belong to, rather than through
     /// the cookie engine.

@@ -6,6 +6,9 @@
 
 namespace zeb::test {
 
+/// In a file of its own, as libcurl's header doesn't go with the function below.
+bool takesText(int option);
+
 namespace {
 
 std::atomic<CurlOptionSpy*> current{nullptr};
@@ -41,7 +44,10 @@ std::optional<CurlOptionSpy::Call> CurlOptionSpy::last(int option) const {
     return std::nullopt;
 }
 
-std::optional<int> CurlOptionSpy::note(const Call& call) {
+std::optional<int> CurlOptionSpy::note(Call call) {
+    if (takesText(call.option) && call.argument != nullptr) {
+        call.copy = call.text();
+    }
     const std::lock_guard<std::mutex> lock(mutex_);
     calls_.push_back(call);
     return call.option == failingOption_ ? std::optional<int>(failure_) : std::nullopt;

@@ -3,6 +3,7 @@
 #include <cstddef>
 #include <mutex>
 #include <optional>
+#include <string>
 #include <vector>
 
 namespace zeb::test {
@@ -16,6 +17,8 @@ public:
         void* handle;
         int option;      ///< a CURLoption
         void* argument;  ///< of whatever type; a long as its bits
+        /// A text that libcurl copies, as it was when it was given: the caller's may be gone by now.
+        std::optional<std::string> copy = {};
 
         long number() const { return reinterpret_cast<long>(argument); }
         const char* text() const { return static_cast<const char*>(argument); }
@@ -34,7 +37,7 @@ public:
     std::optional<Call> last(int option) const;
 
     /// For the interposed function: notes the call and tells the code to answer with, if any.
-    std::optional<int> note(const Call& call);
+    std::optional<int> note(Call call);
 
 private:
     mutable std::mutex mutex_;  ///< guards what follows

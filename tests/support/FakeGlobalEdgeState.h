@@ -20,6 +20,9 @@ namespace zeb::test {
 ///     ... EdgePolicy::ALWAYS_USE_EDGE_POLICY->verifyEnforceability() ...
 class FakeGlobalEdgeState : public edge::GlobalEdgeState {
 public:
+    /// Null unless the test puts one here, before anybody asks.
+    std::shared_ptr<edge::EdgeDetectionController> detectionController;
+
     FakeGlobalEdgeState(bool internalAvailable, bool edgeAvailable)
         : internalAvailable_(internalAvailable), edgeAvailable_(edgeAvailable) {}
 
@@ -57,7 +60,9 @@ public:
     TerminateEdgeSessionResult::Result terminateEdgeSession() override {
         return TerminateEdgeSessionResult::SUCCESS;
     }
-    std::shared_ptr<edge::EdgeDetectionController> getEdgeDetectionController() override { return nullptr; }
+    std::shared_ptr<edge::EdgeDetectionController> getEdgeDetectionController() override {
+        return detectionController;
+    }
     void setEdgeConfigRequest(std::shared_ptr<edge::EdgeConfigRequest> /*request*/) override {}
     void setEdgeDetectionController(std::shared_ptr<edge::EdgeDetectionController> /*other*/) override {}
     void setCredentialsManager(std::shared_ptr<edge::CredentialsManager> /*manager*/) override {}

@@ -14,6 +14,7 @@ thread_local std::optional<std::size_t> appendsUntilFailure;
 thread_local std::map<const char*, std::size_t>* appendedLengths = nullptr;
 thread_local std::vector<std::string>* freedEntries = nullptr;
 thread_local bool noHandles = false;
+thread_local bool noEffectiveUrl = false;
 thread_local std::vector<std::pair<int, long>>* multiNumbers = nullptr;
 
 }  // namespace
@@ -50,6 +51,14 @@ NoCurlHandles::~NoCurlHandles() {
     noHandles = false;
 }
 
+NoEffectiveUrl::NoEffectiveUrl() {
+    noEffectiveUrl = true;
+}
+
+NoEffectiveUrl::~NoEffectiveUrl() {
+    noEffectiveUrl = false;
+}
+
 MultiOptions::MultiOptions() {
     multiNumbers = new std::vector<std::pair<int, long>>;
 }
@@ -74,6 +83,8 @@ curl_slist* __real_curl_slist_append(curl_slist* list, const char* text);
 curl_slist* __wrap_curl_slist_append(curl_slist* list, const char* text);
 void __real_curl_slist_free_all(curl_slist* list);
 void __wrap_curl_slist_free_all(curl_slist* list);
+CURLcode __real_curl_easy_getinfo(CURL* handle, CURLINFO info, ...);
+CURLcode __wrap_curl_easy_getinfo(CURL* handle, CURLINFO info, ...);
 CURL* __real_curl_easy_init();
 CURL* __wrap_curl_easy_init();
 CURLM* __real_curl_multi_init();
@@ -108,6 +119,18 @@ void __wrap_curl_slist_free_all(curl_slist* list) {
         }
     }
     __real_curl_slist_free_all(list);
+}
+
+CURLcode __wrap_curl_easy_getinfo(CURL* handle, CURLINFO info, ...) {
+    va_list arguments;
+    va_start(arguments, info);
+    void* const answer = va_arg(arguments, void*);  // whatever it points to
+    va_end(arguments);
+    if (noEffectiveUrl && info == CURLINFO_EFFECTIVE_URL) {
+        *static_cast<const char**>(answer) = nullptr;
+        return CURLE_OK;
+    }
+    return __real_curl_easy_getinfo(handle, info, answer);
 }
 
 CURL* __wrap_curl_easy_init() {

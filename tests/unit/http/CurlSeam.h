@@ -41,6 +41,15 @@ public:
     NoCurlHandles& operator=(const NoCurlHandles&) = delete;
 };
 
+/// While it lives, libcurl knows no effective URL of any handle, and says so without an error.
+class NoEffectiveUrl {
+public:
+    NoEffectiveUrl();
+    ~NoEffectiveUrl();
+    NoEffectiveUrl(const NoEffectiveUrl&) = delete;
+    NoEffectiveUrl& operator=(const NoEffectiveUrl&) = delete;
+};
+
 /// Sees the options that are set on multi handles while it lives.
 class MultiOptions {
 public:

@@ -1,0 +1,7 @@
+#include "edge/EdgeDetectionController.h"
+
+namespace zeb::edge {
+
+EdgeDetectionController::~EdgeDetectionController() = default;
+
+}  // namespace zeb::edge
