@@ -182,6 +182,11 @@ CURLcode performCurlRequest(const std::shared_ptr<HttpRequestData>& requestData)
         // full disk and send the cancelled request on to its next URL.
         return CURLE_ABORTED_BY_CALLBACK;
     }
+    if (code == CURLE_OK && !CurlHttpUtils::closeDownloadedFile(requestData->getWrapper())) {
+        // Small downloads, and the end of each, wait in the file's buffer until now. That they can't be
+        // written is what it would have been during the transfer.
+        return CURLE_WRITE_ERROR;
+    }
     return code;
 }
 
