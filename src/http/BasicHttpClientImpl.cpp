@@ -162,6 +162,7 @@ void forgetFormerAttempt(HttpRequestData& requestData) {
     requestData.responseCode = 0;
     requestData.headers->clear();
     requestData.getWrapper().lastReportedProgress = 0;
+    requestData.getWrapper().headerBytes = 0;
 }
 
 /// The answer that went out shares these with the request: from now on it is the receiver's alone.
