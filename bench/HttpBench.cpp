@@ -112,6 +112,11 @@ std::size_t keepHeader(char* data, std::size_t size, std::size_t count, void* he
     return size * count;
 }
 
+int hearNothing(CURL* /*curl*/, curl_infotype /*type*/, char* /*text*/, std::size_t /*size*/,
+                void* /*data*/) {
+    return 0;
+}
+
 /// One handle, reset and configured anew for each request, as any client that serves unlike requests must.
 void rawGet(benchmark::State& state) {
     CURL* const curl = curl_easy_init();
@@ -127,8 +132,10 @@ void rawGet(benchmark::State& state) {
         curl_easy_setopt(curl, CURLOPT_HEADERDATA, &headers);
         curl_easy_setopt(curl, CURLOPT_WRITEFUNCTION, &appendBody);
         curl_easy_setopt(curl, CURLOPT_WRITEDATA, &body);
+        curl_easy_setopt(curl, CURLOPT_DEBUGFUNCTION, &hearNothing);
         curl_easy_setopt(curl, CURLOPT_FOLLOWLOCATION, 1L);
         curl_easy_setopt(curl, CURLOPT_MAXREDIRS, 5L);
+        curl_easy_setopt(curl, CURLOPT_VERBOSE, 1L);
         curl_easy_setopt(curl, CURLOPT_SSL_SESSIONID_CACHE, 0L);
         curl_easy_setopt(curl, CURLOPT_SSL_VERIFYHOST, 0L);
         curl_easy_setopt(curl, CURLOPT_CAINFO, nullptr);
