@@ -114,6 +114,11 @@ std::size_t keepHeader(char* data, std::size_t size, std::size_t count, void* he
     return size * count;
 }
 
+int hearNothing(CURL* /*curl*/, curl_infotype /*type*/, char* /*text*/, std::size_t /*size*/,
+                void* /*data*/) {
+    return 0;
+}
+
 /// Raw libcurl: one handle, reset and configured anew for each request, as any client that serves unlike
 /// requests must.
 class RawClient {
@@ -137,8 +142,10 @@ public:
         curl_easy_setopt(curl_, CURLOPT_HEADERDATA, &headers);
         curl_easy_setopt(curl_, CURLOPT_WRITEFUNCTION, &appendBody);
         curl_easy_setopt(curl_, CURLOPT_WRITEDATA, &body);
+        curl_easy_setopt(curl_, CURLOPT_DEBUGFUNCTION, &hearNothing);
         curl_easy_setopt(curl_, CURLOPT_FOLLOWLOCATION, 1L);
         curl_easy_setopt(curl_, CURLOPT_MAXREDIRS, 5L);
+        curl_easy_setopt(curl_, CURLOPT_VERBOSE, 1L);
         curl_easy_setopt(curl_, CURLOPT_SSL_SESSIONID_CACHE, 0L);
         curl_easy_setopt(curl_, CURLOPT_SSL_VERIFYHOST, 0L);
         curl_easy_setopt(curl_, CURLOPT_CAINFO, nullptr);

@@ -162,6 +162,7 @@ void forgetFormerAttempt(HttpRequestData& requestData) {
     requestData.responseCode = 0;
     requestData.headers->clear();
     requestData.getWrapper().lastReportedProgress = 0;
+    requestData.getWrapper().headerBytes = 0;
 }
 
 /// The answer that went out shares these with the request: from now on it is the receiver's alone.
@@ -181,6 +182,11 @@ CURLcode performCurlRequest(const std::shared_ptr<HttpRequestData>& requestData)
         // The header and write callbacks can't abort by any other code. Left as it is, it would stand for a
         // full disk and send the cancelled request on to its next URL.
         return CURLE_ABORTED_BY_CALLBACK;
+    }
+    if (code == CURLE_OK && !CurlHttpUtils::closeDownloadedFile(requestData->getWrapper())) {
+        // Small downloads, and the end of each, wait in the file's buffer until now. That they can't be
+        // written is what it would have been during the transfer.
+        return CURLE_WRITE_ERROR;
     }
     return code;
 }

@@ -40,6 +40,7 @@ constexpr long DEFAULT_CONNECTION_TIMEOUT_MS = 60000;
 constexpr long DEFAULT_LOW_SPEED_TIMEOUT_S = 60;
 constexpr long MAX_REDIRECTS = 5;
 constexpr double PROGRESS_STEP_BYTES = 102400.0;
+constexpr std::size_t MAX_HEADER_BYTES = std::size_t{1} << 20;
 constexpr int PROXY_AUTHENTICATION_REQUIRED = 407;
 constexpr char SIGNATURE_ALGORITHMS[] =
     "RSA-PSS+SHA256:RSA-PSS+SHA384:RSA-PSS+SHA512:RSA+SHA256:RSA+SHA384:RSA+SHA512:ECDSA+SHA256:ECDSA+SHA384:"
@@ -376,10 +377,7 @@ std::FILE* openWriteFile(HttpRequestData& data) {
     return wrapper.writeFile;
 }
 
-bool writeToFile(RequestWrapper& wrapper, const char* bytes, std::size_t count) {
-    if (std::fwrite(bytes, 1, count, wrapper.writeFile) == count && std::ferror(wrapper.writeFile) == 0) {
-        return true;
-    }
+void discardDownload(RequestWrapper& wrapper) {
     const std::string path = CurlHttpUtils::loggableFilePath(wrapper);
     ZEB_LOG_ERROR(log::httpClient(),
                   "Failed to write data to file '" << path << "'. Removing the file and aborting transfer.");
@@ -387,6 +385,13 @@ bool writeToFile(RequestWrapper& wrapper, const char* bytes, std::size_t count) 
     if (std::remove(wrapper.filePath.c_str()) != 0) {
         ZEB_LOG_ERROR(log::httpClient(), "Failed to remove the file '" << path << "'.");
     }
+}
+
+bool writeToFile(RequestWrapper& wrapper, const char* bytes, std::size_t count) {
+    if (std::fwrite(bytes, 1, count, wrapper.writeFile) == count && std::ferror(wrapper.writeFile) == 0) {
+        return true;
+    }
+    discardDownload(wrapper);
     return false;
 }
 
@@ -492,8 +497,8 @@ void takeHeader(HttpRequestData& data, const std::string& line, std::size_t colo
     }
 }
 
-void takeStatusLine(HttpRequestData& data) {
-    ZEB_LOG_DEBUG(log::httpClient(), "Request " << data.formattedRequestID() << " got status line: ");
+void takeStatusLine(HttpRequestData& data, const std::string& line) {
+    ZEB_LOG_DEBUG(log::httpClient(), "Request " << data.formattedRequestID() << " got status line: " << line);
     if (!data.headers->empty()) {
         ZEB_LOG_DEBUG(log::httpClient(),
                       "For request " << data.formattedRequestID() << ", removing " << data.headers->size()
@@ -519,8 +524,140 @@ void takeHeaderLine(HttpRequestData& data, std::string_view bytes) {
     if (colon != std::string::npos) {
         takeHeader(data, line, colon);
     } else if (line.compare(0, 4, "HTTP") == 0) {
-        takeStatusLine(data);
+        takeStatusLine(data, line);
     }
+}
+
+// --- libcurl's callbacks ---------------------------------------------------------------------------------
+
+/// What the callback answers, or, since nothing may be thrown through libcurl, what aborts the transfer: an
+/// exception here means that there is no memory for what has come.
+template <typename Answer, typename Callback>
+Answer guarded(Answer abort, const Callback& callback) {
+    try {
+        return callback();
+    } catch (...) {
+        return abort;
+    }
+}
+
+std::size_t takeBytes(char* data, std::size_t size, std::size_t nmemb, void* requestData) {
+    auto* const request = static_cast<HttpRequestData*>(requestData);
+    if (request == nullptr) {
+        ZEB_LOG_ERROR(log::httpClient(), "Private user object is NULL.");
+        return 0;
+    }
+    if (request->getRequest()->isCancelled()) {
+        ZEB_LOG_INFO(log::httpClient(), "Request " << request->formattedRequestID()
+                                                   << " has been canceled, not processing the response.");
+        return 0;
+    }
+    if (!CurlHttpUtils::getResponseCode(request)) {
+        ZEB_LOG_ERROR(log::httpClient(),
+                      "Failed to get the response code for request " << request->formattedRequestID() << ".");
+    }
+    const std::size_t count = size * nmemb;
+    const RequestWrapper& wrapper = request->getWrapper();
+    if (wrapper.fileOperation == HTTPFileOperation::DOWNLOAD && !wrapper.filePath.empty()) {
+        if (!takeDownloadedBytes(*request, data, count)) {
+            return 0;
+        }
+    } else {
+        request->body.append(data, count);
+    }
+    SecureStringUtils::ZEBZeroMemory(static_cast<const void*>(data), count);
+    request->addTotalDataReceived(nmemb);
+    return count;
+}
+
+std::size_t giveBytes(char* out, std::size_t size, std::size_t nmemb, RequestWrapper& wrapper) {
+    // Without a listener there is no progress callback, and a long upload would be aborted by nothing else.
+    if (wrapper.request != nullptr && wrapper.request->isCancelled()) {
+        return CURL_READFUNC_ABORT;
+    }
+    if (wrapper.readFile == nullptr) {
+        wrapper.readFile = std::fopen(wrapper.filePath.c_str(), "rb");
+    }
+    if (wrapper.readFile == nullptr) {
+        ZEB_LOG_ERROR(log::httpClient(), "Unable to open the file "
+                                             << CurlHttpUtils::loggableFilePath(wrapper)
+                                             << " for reading, aborting transfer.");
+        return CURL_READFUNC_ABORT;
+    }
+    const std::size_t count = std::fread(out, size, nmemb, wrapper.readFile);
+    return std::ferror(wrapper.readFile) != 0 ? CURL_READFUNC_ABORT : size * count;
+}
+
+/// libcurl ends a response whose head is above 300 KiB, but passes on the trailers of a chunked body without
+/// end; versions before 8.3 that nobody has patched bound nothing.
+bool isTooMuchOfHeaders(HttpRequestData& data, std::size_t count) {
+    std::size_t& bytes = data.getWrapper().headerBytes;
+    bytes += count;
+    if (bytes <= MAX_HEADER_BYTES) {
+        return false;
+    }
+    ZEB_LOG_ERROR(log::httpClient(), "The headers for request " << data.formattedRequestID()
+                                                                << " are too large, aborting transfer.");
+    return true;
+}
+
+std::size_t takeHeaderBytes(const char* data, std::size_t size, std::size_t nmemb, void* requestData) {
+    auto* const request = static_cast<HttpRequestData*>(requestData);
+    if (request == nullptr) {
+        ZEB_LOG_ERROR(log::httpClient(), "Private user object is NULL.");
+        return size * nmemb;
+    }
+    if (!isValidCurlString(data, size, nmemb)) {
+        ZEB_LOG_ERROR(log::httpClient(), "The string libCURL provided is invalid.");
+        return size * nmemb;
+    }
+    if (request->getRequest()->isCancelled()) {
+        ZEB_LOG_INFO(log::httpClient(), "Request " << request->formattedRequestID()
+                                                   << " has been canceled, not processing the header.");
+        return 0;
+    }
+    if (isTooMuchOfHeaders(*request, size * nmemb)) {
+        return 0;
+    }
+    takeHeaderLine(*request, std::string_view(data, size * nmemb));
+    return size * nmemb;
+}
+
+/// What a listener throws is its own affair: the transfer goes on.
+void report(const HttpRequestData& data, const ProgressData& progress) {
+    const std::shared_ptr<HttpClientListener> listener = data.getRequest()->getListener();
+    if (listener == nullptr) {
+        return;
+    }
+    try {
+        listener->onRequestProgress(data.getRequestId(), progress);
+    } catch (...) {
+        ZEB_LOG_ERROR(log::httpClient(), "The listener of request "
+                                             << data.formattedRequestID()
+                                             << " has thrown an exception at its progress.");
+    }
+}
+
+int takeProgress(void* requestData, const ProgressData& download, const ProgressData& upload) {
+    auto* const data = static_cast<HttpRequestData*>(requestData);
+    if (data == nullptr) {
+        ZEB_LOG_ERROR(log::httpClient(), "Private user object is NULL.");
+        return 0;
+    }
+    if (data->getRequest()->isCancelled()) {
+        ZEB_LOG_INFO(log::httpClient(),
+                     "Cancelling request " << data->formattedRequestID() << " to URL " << hiddenUrl(*data));
+        return 1;
+    }
+    RequestWrapper& wrapper = data->getWrapper();
+    const ProgressData& progress = wrapper.fileOperation == HTTPFileOperation::UPLOAD ? upload : download;
+    const double now = progress.transferred;
+    if (now - wrapper.lastReportedProgress >= PROGRESS_STEP_BYTES ||
+        (progress.total > 0 && now == progress.total)) {
+        wrapper.lastReportedProgress = now;
+        report(*data, progress);
+    }
+    return 0;
 }
 
 // --- TLS -------------------------------------------------------------------------------------------------
@@ -613,6 +750,8 @@ bool CurlHttpUtils::configureEasyRequest(const RequestDataPtr& data) {
     setAuthentication(curl, data);
     setProxy(curl, *data);
     curl_easy_setopt(curl, CURLOPT_ERRORBUFFER, connection->getErrorBuffer());
+    curl_easy_setopt(curl, CURLOPT_DEBUGFUNCTION, &curlTraceCallback);
+    curl_easy_setopt(curl, CURLOPT_DEBUGDATA, data.get());
     if (!optionsOf(*data).multiformParts.empty()) {
         if (!configureMultiformRequest(data)) {
             return false;
@@ -620,6 +759,8 @@ bool CurlHttpUtils::configureEasyRequest(const RequestDataPtr& data) {
         curl_easy_setopt(curl, CURLOPT_HTTPPOST, data->getWrapper().formFirst);
     }
     setTransferCallbacks(curl, *data);
+    // Always: without it libcurl tells the trace callback nothing.
+    curl_easy_setopt(curl, CURLOPT_VERBOSE, 1L);
     setLowSpeedLimit(curl, *data);
     setTls(curl, *data);
     // Turns the cookie engine on, as CURLOPT_COOKIEFILE with "" does; but of that one libcurl keeps a list
@@ -784,99 +925,23 @@ bool CurlHttpUtils::resetCurlPassword(const RequestDataPtr& data) {
 
 std::size_t CurlHttpUtils::curlWriteCallback(char* data, std::size_t size, std::size_t nmemb,
                                              void* requestData) {
-    auto* const request = static_cast<HttpRequestData*>(requestData);
-    if (request == nullptr) {
-        ZEB_LOG_ERROR(log::httpClient(), "Private user object is NULL.");
-        return 0;
-    }
-    if (request->getRequest()->isCancelled()) {
-        ZEB_LOG_INFO(log::httpClient(), "Request " << request->formattedRequestID()
-                                                   << " has been canceled, not processing the response.");
-        return 0;
-    }
-    if (!getResponseCode(request)) {
-        ZEB_LOG_ERROR(log::httpClient(),
-                      "Failed to get the response code for request " << request->formattedRequestID() << ".");
-    }
-    const std::size_t count = size * nmemb;
-    try {
-        const RequestWrapper& wrapper = request->getWrapper();
-        if (wrapper.fileOperation == HTTPFileOperation::DOWNLOAD && !wrapper.filePath.empty()) {
-            if (!takeDownloadedBytes(*request, data, count)) {
-                return 0;
-            }
-        } else {
-            request->body.append(data, count);
-        }
-    } catch (const std::exception&) {
-        return 0;  // no memory for the body: nothing may be thrown through libcurl
-    }
-    SecureStringUtils::ZEBZeroMemory(static_cast<const void*>(data), count);
-    request->addTotalDataReceived(nmemb);
-    return count;
+    return guarded<std::size_t>(0, [&] { return takeBytes(data, size, nmemb, requestData); });
 }
 
 std::size_t CurlHttpUtils::curlReadFileData(char* out, std::size_t size, std::size_t nmemb, void* wrapper) {
-    auto* const requestWrapper = static_cast<RequestWrapper*>(wrapper);
-    if (requestWrapper->readFile == nullptr) {
-        requestWrapper->readFile = std::fopen(requestWrapper->filePath.c_str(), "rb");
-    }
-    if (requestWrapper->readFile == nullptr) {
-        ZEB_LOG_ERROR(log::httpClient(), "Unable to open the file " << loggableFilePath(*requestWrapper)
-                                                                    << " for reading, aborting transfer.");
-        return CURL_READFUNC_ABORT;
-    }
-    const std::size_t count = std::fread(out, size, nmemb, requestWrapper->readFile);
-    return std::ferror(requestWrapper->readFile) != 0 ? CURL_READFUNC_ABORT : size * count;
+    return guarded<std::size_t>(CURL_READFUNC_ABORT, [&] {
+        return giveBytes(out, size, nmemb, *static_cast<RequestWrapper*>(wrapper));
+    });
 }
 
 std::size_t CurlHttpUtils::curlHeaderCallback(char* data, std::size_t size, std::size_t nmemb,
                                               void* requestData) {
-    auto* const request = static_cast<HttpRequestData*>(requestData);
-    if (request == nullptr) {
-        ZEB_LOG_ERROR(log::httpClient(), "Private user object is NULL.");
-        return size * nmemb;
-    }
-    if (!isValidCurlString(data, size, nmemb)) {
-        ZEB_LOG_ERROR(log::httpClient(), "The string libCURL provided is invalid.");
-        return size * nmemb;
-    }
-    if (request->getRequest()->isCancelled()) {
-        ZEB_LOG_INFO(log::httpClient(), "Request " << request->formattedRequestID()
-                                                   << " has been canceled, not processing the header.");
-        return 0;
-    }
-    try {
-        takeHeaderLine(*request, std::string_view(data, size * nmemb));
-    } catch (const std::exception&) {
-        return 0;  // no memory for the header: nothing may be thrown through libcurl
-    }
-    return size * nmemb;
+    return guarded<std::size_t>(0, [&] { return takeHeaderBytes(data, size, nmemb, requestData); });
 }
 
 int CurlHttpUtils::curlProgressFunction(void* requestData, double dlTotal, double dlNow, double ulTotal,
                                         double ulNow) {
-    auto* const data = static_cast<HttpRequestData*>(requestData);
-    if (data == nullptr) {
-        ZEB_LOG_ERROR(log::httpClient(), "Private user object is NULL.");
-        return 0;
-    }
-    if (data->getRequest()->isCancelled()) {
-        ZEB_LOG_INFO(log::httpClient(),
-                     "Cancelling request " << data->formattedRequestID() << " to URL " << hiddenUrl(*data));
-        return 1;
-    }
-    RequestWrapper& wrapper = data->getWrapper();
-    const bool upload = wrapper.fileOperation == HTTPFileOperation::UPLOAD;
-    const double now = upload ? ulNow : dlNow;
-    const double total = upload ? ulTotal : dlTotal;
-    if (now - wrapper.lastReportedProgress >= PROGRESS_STEP_BYTES || (total > 0 && now == total)) {
-        wrapper.lastReportedProgress = now;
-        if (const std::shared_ptr<HttpClientListener> listener = data->getRequest()->getListener()) {
-            listener->onRequestProgress(data->getRequestId(), {total, now});
-        }
-    }
-    return 0;
+    return guarded(1, [&] { return takeProgress(requestData, {dlTotal, dlNow}, {ulTotal, ulNow}); });
 }
 
 int CurlHttpUtils::curlSSLCallback(void* curl, void* sslCtx, void* requestData) {
@@ -1024,6 +1089,18 @@ bool CurlHttpUtils::isResponseSuccessful(int code) {
 
 bool CurlHttpUtils::isFileProtocol(const std::string& url) {
     return HttpUtils::extractProtocolFromHttpUrl(url) == "file";
+}
+
+bool CurlHttpUtils::closeDownloadedFile(RequestWrapper& wrapper) {
+    if (wrapper.writeFile == nullptr) {
+        return true;
+    }
+    const bool closed = std::fclose(wrapper.writeFile) == 0;
+    wrapper.writeFile = nullptr;
+    if (!closed) {
+        discardDownload(wrapper);
+    }
+    return closed;
 }
 
 void CurlHttpUtils::closeFile(std::FILE** file) {

@@ -1,11 +1,15 @@
 #pragma once
 
 #include "http/HttpHeaders.h"
+#include "http/TransferTrace.h"
 
 #include <cstddef>
 #include <cstdio>
 #include <memory>
+#include <set>
 #include <string>
+#include <string_view>
+#include <utility>
 
 namespace zeb::http {
 
@@ -49,7 +53,7 @@ public:
     /// Overwrites the password that libcurl holds; right after each perform.
     static bool resetCurlPassword(const std::shared_ptr<HttpRequestData>& data);
 
-    // libcurl's callbacks.
+    // libcurl's callbacks. None lets an exception pass into libcurl; a cancelled request ends at the next.
     /// Counts of bytes; anything but size * nmemb aborts the transfer. Wipes libcurl's buffer.
     static std::size_t curlWriteCallback(char* data, std::size_t size, std::size_t nmemb, void* requestData);
     static std::size_t curlReadFileData(char* out, std::size_t size, std::size_t nmemb, void* wrapper);
@@ -57,8 +61,53 @@ public:
     /// 0 goes on, 1 aborts.
     static int curlProgressFunction(void* requestData, double dlTotal, double dlNow, double ulTotal,
                                     double ulNow);
+    /// Hears libcurl's trace: logs how the connection comes about, with what identifies somebody hidden, and
+    /// notes the proxy's authentication scheme. Always 0. `type` is a `curl_infotype`; the text needs no end.
+    static int curlTraceCallback(void* curl, int type, char* text, std::size_t size, void* requestData);
     /// For each new TLS context: hooks certificate verification into the handshake. A `CURLcode`.
     static int curlSSLCallback(void* curl, void* sslCtx, void* requestData);
+
+    // The trace; see TransferTrace.h.
+    /// What one message of the trace is about.
+    struct RequestPhase {
+        enum Phase {
+            ABOUT_TO = 0,
+            PRE_CONNECT = 1,
+            POST_CONNECT = 2,
+            SSL_DATA_OUT = 3,
+            SSL_DATA_IN = 4,
+            SSL_HANDSHAKE = 5,
+            POST_SSL_HANDSHAKE = 6,
+            SERVER_AUTH = 7,
+            PROXY_AUTH = 8,
+            HEADERS_OUT = 9,
+            HEADERS_IN = 10,
+            DATA_IN = 11,
+            DATA_OUT = 12,
+            CONNECTION = 13,  ///< a connection is used again, or ends
+            NO_MATCH = 14,
+        };
+    };
+    /// Ordered by the text that marks the phase.
+    using PhaseMap = std::set<std::pair<std::string, RequestPhase::Phase>>;
+
+    static RequestPhase::Phase matchPhase(const std::pair<CurlInfoType, std::string_view>& message);
+    /// The phase whose marker comes first in the map, of those that are anywhere in the text.
+    static RequestPhase::Phase matchPhaseFromInfoData(std::string_view text);
+    /// The text that marks the phase, or "Unknown phase".
+    static std::string getPhaseKey(RequestPhase::Phase phase);
+    /// The phases that a text marks.
+    static const PhaseMap& getPhaseMap();
+    // Kept for diagnostics: no transfer depends on them. Each is empty when the text isn't of that kind.
+    /// "127.0.0.1" of "  Trying 127.0.0.1...".
+    static std::string getResolvedIp(const std::string& text);
+    /// The address, without blanks around it and without what follows the first "..."; empty for a text that
+    /// is none.
+    static std::string normalizeIp(const std::string& text);
+    /// "TLSv1.3 (OUT)" of "TLSv1.3 (OUT), TLS handshake, Client hello (1):".
+    static std::string getSslVersion(const std::string& text);
+    /// "TLSv1.3 / TLS_AES_256_GCM_SHA384" of "SSL connection using TLSv1.3 / TLS_AES_256_GCM_SHA384".
+    static std::string getCipherSuite(const std::string& text);
 
     // The outcome.
     static bool getResponseCode(HttpRequestData* data);
@@ -72,6 +121,9 @@ public:
     /// Exactly 200.
     static bool isResponseSuccessful(int code);
     static bool isFileProtocol(const std::string& url);
+    /// Closes a download's file once all has come. False, with the file removed, when what was buffered can't
+    /// be written any more: a full disk may show only now.
+    static bool closeDownloadedFile(RequestWrapper& wrapper);
     /// Closes and clears; a null file is left alone.
     static void closeFile(std::FILE** file);
 

@@ -4,6 +4,7 @@
 #include "core/SafeBuffer.h"
 #include "http/HTTPFileOperation.h"
 
+#include <cstddef>
 #include <cstdio>
 #include <memory>
 #include <string>
@@ -33,6 +34,7 @@ struct ZEBNETUTILS_EXPORT RequestWrapper {
     /// with an error in the log, when the request or its options are null.
     const std::string url;
     double lastReportedProgress;
+    std::size_t headerBytes = 0;  ///< of all header lines that have come in this attempt
     HTTPFileOperation::Method fileOperation;
     std::string filePath;
     std::FILE* writeFile = nullptr;
