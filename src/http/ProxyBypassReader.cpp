@@ -40,35 +40,48 @@ std::string patternOf(const std::string& token) {
     return pattern;
 }
 
-/// How often counted repetitions ("{2,3}") may at most multiply what they stand behind: the standard library
-/// unrolls them, nested ones too.
+/// The number at that position; a comma can't follow, it separates tokens.
+std::size_t countAt(const std::string& pattern, std::size_t position) {
+    std::size_t count = 0;
+    for (; position < pattern.size() && pattern[position] >= '0' && pattern[position] <= '9'; ++position) {
+        count = std::min(count * 10 + static_cast<std::size_t>(pattern[position] - '0'), MAX_UNROLLED + 1);
+    }
+    return count;
+}
+
+/// How often counted repetitions at most multiply what they stand behind: the standard library unrolls them,
+/// nested ones too.
 std::size_t repetitionsIn(const std::string& pattern) {
     std::size_t product = 1;
-    std::size_t count = 0;
-    bool counting = false;
-    for (const char c : pattern) {
-        if (c == '{' || c == ',') {
-            counting = c == '{' || counting;
-            count = 0;
-        } else if (counting && c >= '0' && c <= '9') {
-            count = std::min(count * 10 + static_cast<std::size_t>(c - '0'), MAX_UNROLLED);
-        } else if (counting) {
-            product = std::min(product * std::max<std::size_t>(count, 1), MAX_UNROLLED);
-            counting = false;
-        }
+    for (std::size_t brace = pattern.find('{'); brace != std::string::npos;
+         brace = pattern.find('{', brace + 1)) {
+        product = std::min(product * std::max<std::size_t>(countAt(pattern, brace + 1), 1), MAX_UNROLLED + 1);
     }
     return product;
 }
 
-/// The list may come from anywhere. What would cost more stack or time than a host name is worth is refused
-/// like a pattern that makes no sense; look-aheads because nested ones take exponential time.
-bool isBounded(const std::string& pattern) {
-    return pattern.size() <= MAX_PATTERN && pattern.size() * repetitionsIn(pattern) <= MAX_UNROLLED &&
-           pattern.find("(?=") == std::string::npos && pattern.find("(?!") == std::string::npos;
+/// Look-aheads take exponential time when they are nested; back-references can't do without backtracking, and
+/// the standard library overflows on their number.
+bool hasLookAheadOrBackReference(const std::string& pattern) {
+    if (pattern.find("(?=") != std::string::npos || pattern.find("(?!") != std::string::npos) {
+        return true;
+    }
+    for (std::size_t i = 1; i < pattern.size(); ++i) {
+        if (pattern[i - 1] == '\\' && pattern[i] >= '1' && pattern[i] <= '9') {
+            return true;
+        }
+    }
+    return false;
 }
 
-/// Matched without backtracking, so in time that grows with the product of both lengths only. Back-references
-/// can't be matched that way: the compilation fails.
+/// The list may come from anywhere. What would cost more stack or time than a host name is worth is refused
+/// like a pattern that makes no sense.
+bool isBounded(const std::string& pattern) {
+    return pattern.size() <= MAX_PATTERN && pattern.size() * repetitionsIn(pattern) <= MAX_UNROLLED &&
+           !hasLookAheadOrBackReference(pattern);
+}
+
+/// Matched without backtracking, so in time that grows with the product of both lengths only.
 bool matches(const std::string& pattern, const std::string& hostname) {
     if (!isBounded(pattern)) {
         throw std::regex_error(std::regex_constants::error_complexity);
