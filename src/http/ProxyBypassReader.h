@@ -8,6 +8,11 @@
 namespace zeb::http {
 
 /// Decides by a bypass list which hosts are reached without the proxy.
+///
+/// A token that isn't a plain name is an ECMAScript regular expression in which "." means itself and "*"
+/// anything. One that is invalid is skipped, as are those that could cost unbounded stack or time: with more
+/// than 512 characters, more than 4096 when its counted repetitions are written out, with look-aheads or
+/// back-references. No pattern matches a host name of more than 1024 characters.
 class ZEBNETUTILS_EXPORT ProxyBypassReader {
 public:
     /// Tokens are separated by ";", "," or blanks.

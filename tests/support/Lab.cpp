@@ -1,6 +1,8 @@
 #include "support/Lab.h"
 
 #include <cstdlib>
+#include <fstream>
+#include <iterator>
 
 namespace zeb::test {
 namespace {
@@ -40,6 +42,17 @@ std::string secureUrl(const std::string& host, const std::string& path) {
 
 std::string rawUrl(const std::string& path) {
     return "http://" + ORIGIN + ":8100" + path;
+}
+
+std::string startProxies() {
+    // Its answer goes to standard error; the status is enough here.
+    const std::string command = "'" + environment("ZEB_LAB_PROXIES") + "'";
+    return std::system(command.c_str()) == 0 ? "" : command + " failed";
+}
+
+std::string logOf(const std::string& file) {
+    std::ifstream log(directory() + "/" + file);
+    return {std::istreambuf_iterator<char>(log), std::istreambuf_iterator<char>()};
 }
 
 std::string authorityFile() {

@@ -46,6 +46,17 @@ std::string secureUrl(const std::string& host, const std::string& path);
 /// A page of the server that answers bytes which are no sound HTTP ("/garbage", "/half-head" ...).
 std::string rawUrl(const std::string& path);
 
+/// The proxies of the lab. They are there once startProxies() has been called.
+inline const std::string SQUID = "proxy.lab.test:3128";       ///< asks for USER and PASSWORD
+inline const std::string OPEN_PROXY = "proxy.lab.test:3129";  ///< the same squid, open to everybody
+inline const std::string TINYPROXY = "proxy.lab.test:8888";   ///< asks likewise; answers 401 to wrong ones
+inline const std::string SOCKS = "proxy.lab.test:1080";       ///< SOCKS 5, open to everybody
+/// Starts them unless they run, and waits until they take connections. What is wrong, or "".
+std::string startProxies();
+/// What that file in the lab's folder holds: "squid.log" has a line with the whole head for each request,
+/// "socks.log" the names or addresses asked for.
+std::string logOf(const std::string& file);
+
 /// A file with the certificate of the lab's authority, the one that the machine's bundle holds in the lab.
 std::string authorityFile();
 /// The folder in memory in which the lab keeps its files: access.log, tls/ ...

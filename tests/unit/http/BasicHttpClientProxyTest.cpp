@@ -1,5 +1,5 @@
 #include "BasicHttpClientTestSupport.h"
-#include "ProxyHost.h"
+#include "support/ProxyHost.h"
 #include "http/HttpProxyConfigurationReader.h"
 #include "http/Proxy.h"
 #include "http/SystemProxyResolver.h"

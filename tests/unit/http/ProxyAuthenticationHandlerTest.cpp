@@ -1,4 +1,4 @@
-#include "ProxyHost.h"
+#include "support/ProxyHost.h"
 #include "core/SecureStringReader.h"
 #include "http/ProxyAuthenticationHandler.h"
 #include "support/LogCapture.h"
