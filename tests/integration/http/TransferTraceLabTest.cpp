@@ -33,10 +33,11 @@ TEST_F(TransferTraceLabTest, ATlsConnectionComesAboutInItsFourPhases) {
     ASSERT_EQ(netutils::GlobalInit(), 0);
     const LogCapture log;
     ASSERT_EQ(get(true), HttpClientResult::SUCCESS);
-    for (const char* phase : {" pre connect phase: '", " post connect phase: '", " SSL handshake phase: '",
-                              " post SSL handshake phase: '"}) {
+    for (const char* phase :
+         {" pre connect phase: '", " post connect phase: '", " post SSL handshake phase: '"}) {
         EXPECT_EQ(log.count(phase), 1U) << phase;
     }
+    EXPECT_EQ(log.count(" SSL handshake phase: '"), 2U) << "the one before and, by its name, the one after";
     EXPECT_FALSE(log.contains(lab::ORIGIN)) << "a host's name";
 }
 
