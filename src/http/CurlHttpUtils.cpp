@@ -944,7 +944,7 @@ int CurlHttpUtils::curlProgressFunction(void* requestData, double dlTotal, doubl
     return guarded(1, [&] { return takeProgress(requestData, {dlTotal, dlNow}, {ulTotal, ulNow}); });
 }
 
-int CurlHttpUtils::curlSSLCallback(void* curl, void* sslCtx, void* requestData) {
+int CurlHttpUtils::curlSSLCallback(void* curl, void* sslCtx, void* requestData) try {
     auto* const data = static_cast<HttpRequestData*>(requestData);
     auto* const context = static_cast<SSL_CTX*>(sslCtx);
     SSL_CTX_ctrl(context, SSL_CTRL_SET_SIGALGS_LIST, 0, const_cast<char*>(SIGNATURE_ALGORITHMS));
@@ -959,6 +959,8 @@ int CurlHttpUtils::curlSSLCallback(void* curl, void* sslCtx, void* requestData) 
     }
     SSL_CTX_set_cert_verify_callback(context, &SslUtils::verifyCb, &data->getSSLData());
     return CURLE_OK;
+} catch (...) {
+    return CURLE_SSL_CONNECT_ERROR;  // without memory, and without the hook, there is no connection
 }
 
 bool CurlHttpUtils::getResponseCode(HttpRequestData* data) {

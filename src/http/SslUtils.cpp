@@ -21,6 +21,16 @@ bool matchIdentity(SSLData& data, x509_store_ctx_st* storeCtx) {
     return false;
 }
 
+/// A verifier that throws has trusted nothing; and nothing may be thrown through the handshake.
+bool isTrusted(SSLData& data, x509_store_ctx_st* storeCtx) {
+    try {
+        return matchIdentity(data, storeCtx);
+    } catch (...) {
+        ZEB_LOG_ERROR(log::httpClient(), "The certificate verifier has thrown an exception.");
+        return false;
+    }
+}
+
 /// libcurl and OpenSSL read the verdict from the store context as well as from the return value.
 void leaveVerdict(x509_store_ctx_st* storeCtx, bool accepted) {
     if (accepted) {
@@ -42,7 +52,7 @@ int SslUtils::verifyCb(x509_store_ctx_st* storeCtx, void* sslData) {
     } else if (data->certVerifier == nullptr) {
         ZEB_LOG_ERROR(log::httpClient(), "No Certificate Verifier set, rejecting the certificate");
     } else {
-        accepted = matchIdentity(*data, storeCtx);
+        accepted = isTrusted(*data, storeCtx);
         ZEB_LOG_INFO(log::httpClient(), (accepted ? "Certificate Verified by application using "
                                                   : "Certificate NOT Verified by application using ")
                                             << data->identityMatchModel << " identity matching model.");

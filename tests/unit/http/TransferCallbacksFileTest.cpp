@@ -24,7 +24,7 @@ protected:
     Outcome upload(const std::string& url, const std::string& path, HttpMethod method = HttpMethod::PUT) {
         request_ = makeRequest(url, listener_);
         request_->getOptions()->method = method;
-        request_->getOptions()->lowSpeedTimeout = 1;
+        request_->getOptions()->transferTimeout = transferTimeout_;
         unsigned int id = 0;
         EXPECT_EQ(client_->uploadAsync(request_, id, path), HttpClientError::SUCCESS);
         return next();
@@ -34,6 +34,7 @@ protected:
     std::shared_ptr<BasicHttpClientImpl> client_ = makeClient();
     std::shared_ptr<RecordingListener> listener_ = std::make_shared<RecordingListener>();
     std::shared_ptr<Request> request_;
+    long transferTimeout_ = 0;
 
 private:
     Outcome next() {
@@ -294,6 +295,7 @@ TEST_F(TransferFileTest, AFileThatVanishesBetweenTestAndTransferAbortsTheUpload)
 TEST_F(TransferFileTest, AFileThatShrinksBetweenTestAndTransferRunsIntoATimeout) {
     const std::string path = folder_.write("file", "content");
     LoopbackServer server(answering(200, ""));
+    transferTimeout_ = 200;
     const AtConnection shrink([&] { std::filesystem::resize_file(path, 3); });
     EXPECT_EQ(upload(server.url("/"), path).result, HttpClientResult::CONNECTION_TIMEOUT_ERROR);
     EXPECT_EQ(server.requests().size(), 0U) << "the server still waits for the rest";

@@ -3,7 +3,10 @@
 #include "http/CurlHttpUtils.h"
 #include "http/EasyCURLConnection.h"
 #include "http/HttpClientData.h"
+#include "http/SslUtils.h"
+#include "support/FakeCertVerifier.h"
 
+#include <cstdint>
 #include <stdexcept>
 #include <string>
 #include <unistd.h>
@@ -85,6 +88,12 @@ TEST_F(WriteCallbackTest, ARequestWithoutHandleTakesItsBytesAllTheSame) {
     EXPECT_EQ(write("x"), 1U);
     EXPECT_TRUE(log_.contains("Failed to get the response code for request " + id() + "."));
     EXPECT_EQ(data_.body, "x");
+}
+
+TEST_F(WriteCallbackTest, WhatNoMemoryCanHoldAbortsTheTransferAndThrowsNothing) {
+    char bytes[] = "x";
+    EXPECT_EQ(CurlHttpUtils::curlWriteCallback(bytes, 1, SIZE_MAX, &data_), 0U);
+    EXPECT_EQ(data_.body, "");
 }
 
 TEST_F(WriteCallbackTest, AnUploadsAnswerAndADownloadToNowhereGoToTheBody) {
@@ -565,6 +574,23 @@ TEST_F(ProgressTest, WhatTheListenerThrowsStaysOutOfTheTransfer) {
     EXPECT_TRUE(log_.contains(ZEBLOG_ERROR, "The listener of request " + id() + " has thrown an exception"));
     listener_->whenProgress = [](ProgressData) { throw 1; };
     EXPECT_EQ(progress(1, 1), 0);
+}
+
+// --- TLS
+
+TEST_F(TransferCallbacksTest, AVerifierThatThrowsRefusesAndThrowsNothingThroughTheHandshake) {
+    class ThrowingVerifier : public zeb::test::FakeCertVerifier {
+    public:
+        using FakeCertVerifier::FakeCertVerifier;
+        using FakeCertVerifier::verifyCertificate;
+        bool verifyCertificate(const x509_store_ctx_st*, const Names&) override {
+            throw std::runtime_error("of the host");
+        }
+    };
+    sslData_.certVerifier = std::make_shared<ThrowingVerifier>(true);
+    EXPECT_EQ(SslUtils::verifyCb(nullptr, &sslData_), 0);
+    EXPECT_TRUE(log_.contains(ZEBLOG_ERROR, "The certificate verifier has thrown an exception."));
+    EXPECT_TRUE(log_.contains("Certificate NOT Verified by application using "));
 }
 
 // --- small things
