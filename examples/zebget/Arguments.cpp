@@ -1,11 +1,10 @@
 #include "Arguments.h"
 
+#include "Password.h"
+#include "Proxies.h"
 #include "core/SecureStringUtils.h"
-
-#include <cstdio>
-#include <iostream>
-#include <termios.h>
-#include <unistd.h>
+#include "http/Proxy.h"
+#include "http/SystemProxyResolver.h"
 
 #include <CLI/CLI.hpp>
 
@@ -13,37 +12,32 @@ namespace zebget {
 
 namespace {
 
-/// Reads a line from the terminal without showing it.
-zeb::SecureString askForPassword(const std::string& user) {
-    std::string line;
-    termios shown{};
-    const bool terminal = tcgetattr(STDIN_FILENO, &shown) == 0;
-    if (terminal) {
-        termios hidden = shown;
-        hidden.c_lflag &= ~static_cast<tcflag_t>(ECHO);
-        std::cerr << "Password for " << user << ": " << std::flush;
-        tcsetattr(STDIN_FILENO, TCSAFLUSH, &hidden);
-    }
-    std::getline(std::cin, line);
-    if (terminal) {
-        tcsetattr(STDIN_FILENO, TCSAFLUSH, &shown);
-        std::cerr << "\n";
-    }
-    zeb::SecureString password(line);
-    zeb::SecureStringUtils::ZEBZeroString(line);
-    return password;
-}
-
-/// "user" or "user:password".
-void setUser(Arguments& arguments, std::string& text) {
+/// "user" or "user:password", which is then wiped.
+void splitUser(std::string& text, std::string& user, zeb::SecureString& password) {
     const std::size_t colon = text.find(':');
-    arguments.user = text.substr(0, colon);
-    if (colon == std::string::npos) {
-        arguments.password = askForPassword(arguments.user);
-    } else {
-        arguments.password = zeb::SecureString(text.data() + colon + 1, text.size() - colon - 1);
+    user = text.substr(0, colon);
+    if (colon != std::string::npos) {
+        password = zeb::SecureString(text.data() + colon + 1, text.size() - colon - 1);
     }
     zeb::SecureStringUtils::ZEBZeroString(text);
+}
+
+std::pair<std::string, std::string> splitPair(const std::string& text) {
+    const std::size_t equals = text.find('=');
+    return {text.substr(0, equals), text.substr(equals + 1)};
+}
+
+std::string checkPair(const std::string& text) {
+    const std::size_t equals = text.find('=');
+    return equals == std::string::npos || equals == 0 ? "'" + text + "' is not of the form 'name=value'" : "";
+}
+
+std::string checkProxy(const std::string& text) {
+    return makeProxy(text) == nullptr ? "'" + text + "' is not of the form '[SCHEME://]HOST:PORT'" : "";
+}
+
+std::string checkSystemProxy(const std::string& /*given*/) {
+    return makeSystemProxyResolver() == nullptr ? "zebget was built without libproxy" : "";
 }
 
 std::pair<std::string, std::string> splitHeader(const std::string& text) {
@@ -68,7 +62,12 @@ std::unique_ptr<Arguments> parseArguments(int argc, char** argv, int& exitStatus
     app.name("zebget");
     auto arguments = std::make_unique<Arguments>();
     std::vector<std::string> headers;
+    std::vector<std::string> form;
+    std::vector<std::string> cookies;
     std::string user;
+    std::string proxy;
+    std::string proxyUser;
+    std::string bearer;
 
     app.add_option("url", arguments->url, "What to ask for")->required()->type_name("URL");
     auto* const post = app.add_option("--post", arguments->postFile, "POST with this file as the body");
@@ -76,8 +75,30 @@ std::unique_ptr<Arguments> parseArguments(int argc, char** argv, int& exitStatus
         app.add_option("--download", arguments->downloadTo, "GET into this file, with progress");
     auto* const upload = app.add_option("--upload", arguments->uploadFile, "PUT this file, with progress");
     app.add_option("--header", headers, "A request header, 'Name: value'")->check(checkHeader);
-    app.add_option("--user", user, "Basic authentication as USER[:PASSWORD]; asks for a missing password")
+    auto* const formOption =
+        app.add_option("--form", form, "POST a form with this part; name=@FILE sends the file")
+            ->type_name("NAME=VALUE")
+            ->check(checkPair);
+    app.add_option("--cookie", cookies, "A cookie for the URL's host")
+        ->type_name("NAME=VALUE")
+        ->check(checkPair);
+    auto* const bearerOption =
+        app.add_option("--bearer", bearer, "Authentication by a token")->type_name("TOKEN");
+    auto* const proxyOption =
+        app.add_option("--proxy", proxy, "By way of this proxy: http, socks4, socks4a, socks5, socks5h")
+            ->type_name("[SCHEME://]HOST:PORT")
+            ->check(checkProxy);
+    app.add_flag("--system-proxy", arguments->systemProxy, "By way of the proxy of the system's settings")
+        ->excludes(proxyOption)
+        ->check(checkSystemProxy);
+    app.add_option("--proxy-user", proxyUser, "USER[:PASSWORD] for a proxy that asks; asks for the password")
         ->type_name("USER");
+    app.add_flag("--no-follow", arguments->noFollow, "Redirects are answers");
+    app.add_flag("--progress", arguments->progress, "Shows the progress, also where there is no terminal");
+    app.add_flag("--timing", arguments->timing, "Tells how long it took");
+    auto* const userOption =
+        app.add_option("--user", user, "Basic authentication as USER[:PASSWORD]; asks for a missing password")
+            ->type_name("USER");
     app.add_option("--failover", arguments->failoverUrls, "Where to go on if the URL before fails")
         ->type_name("URL");
     app.add_flag("--async", arguments->async, "As a task on the client's pool rather than on this thread");
@@ -86,9 +107,11 @@ std::unique_ptr<Arguments> parseArguments(int argc, char** argv, int& exitStatus
         file->type_name("FILE")->check(CLI::ExistingFile);
     }
     download->type_name("FILE");
-    post->excludes(download)->excludes(upload);
+    post->excludes(download)->excludes(upload)->excludes(formOption);
     download->excludes(upload);
-    for (const char* const repeatable : {"--header", "--failover"}) {
+    formOption->excludes(upload);
+    userOption->excludes(bearerOption);
+    for (const char* const repeatable : {"--header", "--failover", "--form", "--cookie"}) {
         // Each use takes one value, so that the URL may follow it.
         app.get_option(repeatable)->allow_extra_args(false);
     }
@@ -101,9 +124,22 @@ std::unique_ptr<Arguments> parseArguments(int argc, char** argv, int& exitStatus
     for (const std::string& header : headers) {
         arguments->headers.push_back(splitHeader(header));
     }
-    if (!user.empty()) {
-        setUser(*arguments, user);
+    for (const std::string& part : form) {
+        arguments->form.push_back(splitPair(part));
     }
+    for (const std::string& cookie : cookies) {
+        arguments->cookies.push_back(splitPair(cookie));
+    }
+    if (!proxy.empty()) {
+        arguments->proxy = makeProxy(proxy);
+    }
+    splitUser(proxyUser, arguments->proxyUser, arguments->proxyPassword);
+    splitUser(user, arguments->user, arguments->password);
+    if (!arguments->user.empty() && arguments->password.empty()) {
+        arguments->password = askForPassword(arguments->user);
+    }
+    arguments->bearer = zeb::SecureString(bearer);
+    zeb::SecureStringUtils::ZEBZeroString(bearer);
     return arguments;
 }
 

@@ -8,6 +8,10 @@
 #include <utility>
 #include <vector>
 
+namespace zeb::http {
+class Proxy;
+}
+
 namespace zebget {
 
 /// What the user typed.
@@ -20,6 +24,16 @@ struct Arguments {
     std::vector<std::pair<std::string, std::string>> headers;
     std::string user;  ///< empty: no authentication
     zeb::SecureString password;
+    zeb::SecureString bearer;                               ///< empty: none
+    std::vector<std::pair<std::string, std::string>> form;  ///< "@file" as a value: the file
+    std::vector<std::pair<std::string, std::string>> cookies;
+    std::shared_ptr<zeb::http::Proxy> proxy;  ///< null: none of its own
+    std::string proxyUser;
+    zeb::SecureString proxyPassword;  ///< empty: ask when the proxy asks
+    bool systemProxy = false;
+    bool noFollow = false;
+    bool progress = false;
+    bool timing = false;
     bool async = false;
     bool verbose = false;
 };

@@ -4,19 +4,21 @@
 
 #include "Arguments.h"
 #include "ConsoleListener.h"
+#include "MakeRequest.h"
+#include "ProxyPrompt.h"
 #include "http/BasicHttpClient.h"
 #include "http/HttpRequestOptions.h"
+#include "http/ProxyAuthenticationHandler.h"
 #include "http/Request.h"
 #include "http/Response.h"
 #include "netutils/GlobalInit.h"
 #include "netutils/NetUtilsFactory.h"
 #include "zeblogger/ZEBLogger.h"
 
+#include <chrono>
 #include <csignal>
 #include <cstdio>
-#include <fstream>
 #include <iostream>
-#include <iterator>
 #include <memory>
 #include <string>
 #include <unistd.h>
@@ -26,7 +28,6 @@ namespace {
 using zeb::http::BasicHttpClient;
 using zeb::http::HttpClientError;
 using zeb::http::HttpClientResult;
-using zeb::http::HttpRequestOptions;
 using zeb::http::Request;
 using zebget::Arguments;
 using zebget::ConsoleListener;
@@ -40,30 +41,6 @@ void cancelOnInterrupt(int /*signal*/) {
     if (runningRequest != nullptr) {
         runningRequest->cancel();
     }
-}
-
-zeb::SafeBuffer readFile(const std::string& path) {
-    std::ifstream file(path, std::ios::binary);
-    const std::string content((std::istreambuf_iterator<char>(file)), std::istreambuf_iterator<char>());
-    return {content.data(), content.size()};
-}
-
-std::shared_ptr<Request> makeRequest(const Arguments& arguments) {
-    auto request = std::make_shared<Request>(arguments.url);
-    HttpRequestOptions& options = *request->getOptions();
-    options.failoverUrls = arguments.failoverUrls;
-    *options.headers = arguments.headers;
-    if (arguments.postFile) {
-        options.method = zeb::http::HttpMethod::POST;
-        options.binaryBody = readFile(*arguments.postFile);
-    }
-    if (!arguments.user.empty()) {
-        options.authType = zeb::http::AuthType::BASIC;
-        options.credentials = std::make_shared<zeb::http::Credentials>();
-        options.credentials->username = arguments.user;
-        options.credentials->password = arguments.password;
-    }
-    return request;
 }
 
 HttpClientError::Error enqueue(BasicHttpClient& client, const Arguments& arguments,
@@ -107,18 +84,30 @@ void report(const Outcome& outcome, const Request& request) {
     std::cerr << "\n";
 }
 
+/// The handler of proxy credentials keeps its callbacks as long as the process lives.
+void answerProxies(const Arguments& arguments) {
+    zeb::http::ProxyAuthenticationHandler::getInstance()->registerProxyAuthenticationCallback(
+        std::make_shared<zebget::ProxyPrompt>(arguments.proxyUser, arguments.proxyPassword));
+}
+
 int runHost(const Arguments& arguments) {
+    answerProxies(arguments);
     zeb::netutils::NetUtilsFactory factory;
     const std::shared_ptr<BasicHttpClient> client = factory.createBasicHttpClient();
-    const auto listener = std::make_shared<ConsoleListener>(isatty(STDERR_FILENO) != 0);
-    const std::shared_ptr<Request> request = makeRequest(arguments);
+    const auto listener = std::make_shared<ConsoleListener>(arguments.progress || isatty(STDERR_FILENO) != 0);
+    const std::shared_ptr<Request> request = zebget::makeRequest(arguments);
     request->setListener(listener);
     runningRequest = request.get();
     std::signal(SIGINT, cancelOnInterrupt);
+    const auto began = std::chrono::steady_clock::now();
     const Outcome outcome = run(*client, arguments, request, *listener);
+    const std::chrono::duration<double, std::milli> took = std::chrono::steady_clock::now() - began;
     std::signal(SIGINT, SIG_DFL);
     runningRequest = nullptr;
     report(outcome, *request);
+    if (arguments.timing) {
+        std::fprintf(stderr, "It took %.1f ms.\n", took.count());
+    }
     return static_cast<int>(outcome.result);
 }
 

@@ -1,8 +1,8 @@
 #include "BasicHttpClientTestSupport.h"
-#include "support/ProxyHost.h"
 #include "http/HttpProxyConfigurationReader.h"
 #include "http/Proxy.h"
 #include "http/SystemProxyResolver.h"
+#include "support/ProxyHost.h"
 
 #include <algorithm>
 #include <atomic>

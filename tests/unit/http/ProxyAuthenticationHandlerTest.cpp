@@ -1,7 +1,7 @@
-#include "support/ProxyHost.h"
 #include "core/SecureStringReader.h"
 #include "http/ProxyAuthenticationHandler.h"
 #include "support/LogCapture.h"
+#include "support/ProxyHost.h"
 
 #include <atomic>
 #include <thread>
