@@ -192,17 +192,22 @@ TEST(PolicySetTest, NoThreadSeesAPartOfWhatAddAllAdds) {
     }
     PolicySet set;
     std::atomic<bool> done{false};
+    std::atomic<int> looks{0};
+    int parts = 0;
     std::thread reader([&] {
-        while (!done) {
-            EXPECT_THAT(set.getAll().size(), testing::AnyOf(0U, policies.size()));
+        for (; !done; ++looks) {
+            const std::size_t size = set.getAll().size();
+            parts += size != 0 && size != policies.size() ? 1 : 0;
         }
     });
-    for (int round = 0; round < 3000; ++round) {
+    // Until the reader has looked often enough to have met a part, were there one to be seen.
+    while (looks < 2000) {
         set.addAll(policies);
         set.removeAll();
     }
     done = true;
     reader.join();
+    EXPECT_EQ(0, parts);
 }
 
 TEST(VerifyPoliciesResultTest, IsNoSuccessAtConstruction) {

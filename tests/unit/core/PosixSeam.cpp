@@ -66,8 +66,12 @@ std::size_t threadsInAll() {
     return static_cast<std::size_t>(std::distance(tasks, std::filesystem::directory_iterator()));
 }
 
-/// Those that were there before the first test: the main thread, and a sanitizer's own.
-const std::size_t threadsAtStart = threadsInAll();
+/// Those that are there without any test: the main thread, and a sanitizer's own, which comes with the first
+/// thread that is made.
+const std::size_t threadsAtStart = [] {
+    std::thread([] {}).join();
+    return threadsInAll();
+}();
 
 /// Waits as HeldTimedWaits says; `locked` is released meanwhile. False when waits aren't held.
 bool heldWait(pthread_mutex_t* locked, const timespec& deadline, int& result) {
