@@ -6,6 +6,7 @@
 #include "core/Log.h"
 #include "core/SecureStringReader.h"
 #include "core/SecureStringUtils.h"
+#include "http/ConnectTo.h"
 #include "http/CurlHeaders.h"
 #include "http/EasyCURLConnection.h"
 #include "http/HttpClientListener.h"
@@ -19,6 +20,7 @@
 #include "http/Request.h"
 #include "http/SslUtils.h"
 #include "ip/IpUtils.h"
+#include "netutils/SNIUtil.h"
 #include "qrmcoreutils/QRMCoreUtils.h"
 
 #include <algorithm>
@@ -127,6 +129,44 @@ void encodeUrl(HttpRequestData& data) {
     if (encoded != options.url) {
         options.url = std::move(encoded);
         ZEB_LOG_DEBUG(log::httpClient(), "Encoded URL: " << hiddenUrl(data));
+    }
+}
+
+std::string hostOf(const HttpRequestData& data) {
+    return HttpUtils::extractHostFromHttpUrl(optionsOf(data).url);
+}
+
+/// ":8443", or nothing for a URL without a port.
+std::string portSuffixOf(const std::string& url) {
+    const unsigned int port = HttpUtils::extractPortFromHttpUrl(url);
+    return port == 0 ? std::string() : ":" + std::to_string(port);
+}
+
+bool giveUrl(const HttpRequestData& data, const std::string& url) {
+    if (breaksLine(url)) {
+        ZEB_LOG_ERROR(log::httpClient(), "Request "
+                                             << data.formattedRequestID()
+                                             << " its URL is left out: it has a line break or NUL in it");
+        return false;
+    }
+    const CURLcode code = curl_easy_setopt(handleOf(data), CURLOPT_URL, url.c_str());
+    return !CurlHttpUtils::isSetOptError(code, "CURLOPT_URL", curl_easy_strerror(code));
+}
+
+void connectTo(HttpRequestData& data, const std::string& host, const std::string& target) {
+    const std::string entry = connectToEntry(host, target, optionsOf(data).url);
+    ZEB_LOG_DEBUG(log::httpClient(),
+                  "libcurl option for CURLOPT_CONNECT_TO: " << ZEBLogger_replacePIIData(entry));
+    data.setConnectToList(curl_slist_append(nullptr, entry.c_str()));
+    curl_easy_setopt(handleOf(data), CURLOPT_CONNECT_TO, data.getConnectToList());
+}
+
+/// A former URL of the request, before a failover, may have needed SNI: the certificate of this one must not
+/// be checked for that one's names.
+void forgetIdentifiers(SSLData& sslData) {
+    if (!sslData.sniServerName.empty()) {
+        sslData.sniServerName.clear();
+        sslData.resetServerCurlFQDN();
     }
 }
 
@@ -777,6 +817,45 @@ bool CurlHttpUtils::configureEasyRequest(const RequestDataPtr& data) {
                              << " configured with: " << optionsOf(*data).acceptableTlsVersionsAsString()
                              << ", transfer timeout " << optionsOf(*data).transferTimeout << " msec");
     return true;
+}
+
+bool CurlHttpUtils::setUrl(const RequestDataPtr& data) {
+    if (!optionsOf(*data).isEdgeRequest() || breaksLine(optionsOf(*data).url)) {
+        forgetIdentifiers(data->getSSLData());
+        return setUrlWithoutSNI(data);
+    }
+    const std::string host = hostOf(*data);
+    const std::string serverName = netutils::SNIUtil::getServerNameForSNI(host);
+    if (!serverName.empty() && serverName != host) {
+        setIdentifiers(data, serverName);
+        return setUrlWithSNI(data, serverName);
+    }
+    forgetIdentifiers(data->getSSLData());
+    const std::string ip = toldAddressOf(host);
+    return ip.empty() ? setUrlWithoutSNI(data) : setUrlWithIP(data, ip);
+}
+
+bool CurlHttpUtils::setUrlWithoutSNI(const RequestDataPtr& data) {
+    return giveUrl(*data, optionsOf(*data).url);
+}
+
+bool CurlHttpUtils::setIdentifiers(const RequestDataPtr& data, const std::string& serverName) {
+    SSLData& sslData = data->getSSLData();
+    sslData.sniServerName = serverName;
+    sslData.serverCurlFQDN = hostOf(*data);
+    return true;
+}
+
+bool CurlHttpUtils::setUrlWithSNI(const RequestDataPtr& data, const std::string& serverName) {
+    const std::string& url = optionsOf(*data).url;
+    connectTo(*data, serverName, hostOf(*data));
+    return giveUrl(*data, HttpUtils::extractProtocolFromHttpUrl(url) + "://" + serverName +
+                              portSuffixOf(url) + HttpUtils::extractRequestFromHttpUrl(url));
+}
+
+bool CurlHttpUtils::setUrlWithIP(const RequestDataPtr& data, const std::string& ip) {
+    connectTo(*data, hostOf(*data), ip);
+    return giveUrl(*data, optionsOf(*data).url);
 }
 
 bool CurlHttpUtils::setHeadersFromHttpRequestData(const RequestDataPtr& data) {

@@ -8,7 +8,7 @@ namespace zeb::http {
 
 /// How the names in a server's certificate are compared with those that the request expects.
 struct IdentityMatchModel {
-    enum Model {
+    enum Model : int {     // so that any number that a host puts in is one to refuse
         SOFT_MATCH = 0,    ///< any one of the expected names will do
         STRICT_MATCH = 1,  ///< the server's own name must match, whatever else does
     };
