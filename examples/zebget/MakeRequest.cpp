@@ -43,7 +43,9 @@ void setCredentials(const Arguments& arguments, HttpRequestOptions& options) {
 void addCookies(const Arguments& arguments, HttpRequestOptions& options) {
     const std::string host = zeb::http::HttpUtils::extractHostFromHttpUrl(arguments.url);
     for (const auto& [name, value] : arguments.cookies) {
-        options.cookies.emplace_back(host + "\tFALSE\t/\tFALSE\t0\t" + name + "\t" + value);
+        std::string line = host + "\tFALSE\t/\tFALSE\t0\t";
+        line.append(name).append("\t").append(value);
+        options.cookies.emplace_back(line);
     }
 }
 

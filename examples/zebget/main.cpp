@@ -106,7 +106,7 @@ int runHost(const Arguments& arguments) {
     runningRequest = nullptr;
     report(outcome, *request);
     if (arguments.timing) {
-        std::fprintf(stderr, "It took %.1f ms.\n", took.count());
+        std::cerr << "It took " << took.count() << " ms.\n";
     }
     return static_cast<int>(outcome.result);
 }
