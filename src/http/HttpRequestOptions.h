@@ -82,7 +82,8 @@ struct ZEBNETUTILS_EXPORT HttpRequestOptions {
     /// One with a CR, LF or NUL in it is left out likewise.
     std::vector<common::Cookie> cookies;
     /// Send the cookies in the Cookie header as they are, whatever host they belong to, rather than through
-    /// the cookie engine.
+    /// the cookie engine. libcurl repeats that header wherever a redirect leads, to other hosts, too: combine
+    /// it with followRedirects false where that matters.
     bool cookieMandatory = false;
     /// May be null.
     std::shared_ptr<Credentials> credentials;
