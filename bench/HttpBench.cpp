@@ -9,7 +9,9 @@
 #include "netutils/GlobalInit.h"
 #include "netutils/NetUtilsFactory.h"
 
+#include <algorithm>
 #include <arpa/inet.h>
+#include <chrono>
 #include <csignal>
 #include <cstdlib>
 #include <cstring>
@@ -117,60 +119,94 @@ int hearNothing(CURL* /*curl*/, curl_infotype /*type*/, char* /*text*/, std::siz
     return 0;
 }
 
-/// One handle, reset and configured anew for each request, as any client that serves unlike requests must.
-void rawGet(benchmark::State& state) {
-    CURL* const curl = curl_easy_init();
-    curl_slist* const list = curl_slist_append(nullptr, "User-Agent: bench");
-    for (auto _ : state) {
+/// Raw libcurl: one handle, reset and configured anew for each request, as any client that serves unlike
+/// requests must.
+class RawClient {
+public:
+    RawClient() : curl_(curl_easy_init()), list_(curl_slist_append(nullptr, "User-Agent: bench")) {}
+    ~RawClient() {
+        curl_slist_free_all(list_);
+        curl_easy_cleanup(curl_);
+    }
+    RawClient(const RawClient&) = delete;
+    RawClient& operator=(const RawClient&) = delete;
+
+    bool get() {
         std::string body;
         std::vector<std::string> headers;
-        curl_easy_reset(curl);
-        curl_easy_setopt(curl, CURLOPT_URL, server().url().c_str());
-        curl_easy_setopt(curl, CURLOPT_HTTPHEADER, list);
-        curl_easy_setopt(curl, CURLOPT_HTTPGET, 1L);
-        curl_easy_setopt(curl, CURLOPT_HEADERFUNCTION, &keepHeader);
-        curl_easy_setopt(curl, CURLOPT_HEADERDATA, &headers);
-        curl_easy_setopt(curl, CURLOPT_WRITEFUNCTION, &appendBody);
-        curl_easy_setopt(curl, CURLOPT_WRITEDATA, &body);
-        curl_easy_setopt(curl, CURLOPT_DEBUGFUNCTION, &hearNothing);
-        curl_easy_setopt(curl, CURLOPT_FOLLOWLOCATION, 1L);
-        curl_easy_setopt(curl, CURLOPT_MAXREDIRS, 5L);
-        curl_easy_setopt(curl, CURLOPT_VERBOSE, 1L);
-        curl_easy_setopt(curl, CURLOPT_SSL_SESSIONID_CACHE, 0L);
-        curl_easy_setopt(curl, CURLOPT_SSL_VERIFYHOST, 0L);
-        curl_easy_setopt(curl, CURLOPT_CAINFO, nullptr);
-        curl_easy_setopt(curl, CURLOPT_CAPATH, nullptr);
-        curl_easy_setopt(curl, CURLOPT_COOKIEFILE, "");
-        curl_easy_setopt(curl, CURLOPT_NOSIGNAL, 1L);
-        curl_easy_setopt(curl, CURLOPT_CONNECTTIMEOUT_MS, 60000L);
-        curl_easy_setopt(curl, CURLOPT_TIMEOUT_MS, 0L);
-        if (curl_easy_perform(curl) != CURLE_OK || body.size() != BODY_SIZE) {
-            state.SkipWithError("the raw request failed");
-            break;
-        }
+        curl_easy_reset(curl_);
+        curl_easy_setopt(curl_, CURLOPT_URL, server().url().c_str());
+        curl_easy_setopt(curl_, CURLOPT_HTTPHEADER, list_);
+        curl_easy_setopt(curl_, CURLOPT_HTTPGET, 1L);
+        curl_easy_setopt(curl_, CURLOPT_HEADERFUNCTION, &keepHeader);
+        curl_easy_setopt(curl_, CURLOPT_HEADERDATA, &headers);
+        curl_easy_setopt(curl_, CURLOPT_WRITEFUNCTION, &appendBody);
+        curl_easy_setopt(curl_, CURLOPT_WRITEDATA, &body);
+        curl_easy_setopt(curl_, CURLOPT_DEBUGFUNCTION, &hearNothing);
+        curl_easy_setopt(curl_, CURLOPT_FOLLOWLOCATION, 1L);
+        curl_easy_setopt(curl_, CURLOPT_MAXREDIRS, 5L);
+        curl_easy_setopt(curl_, CURLOPT_VERBOSE, 1L);
+        curl_easy_setopt(curl_, CURLOPT_SSL_SESSIONID_CACHE, 0L);
+        curl_easy_setopt(curl_, CURLOPT_SSL_VERIFYHOST, 0L);
+        curl_easy_setopt(curl_, CURLOPT_CAINFO, nullptr);
+        curl_easy_setopt(curl_, CURLOPT_CAPATH, nullptr);
+        curl_easy_setopt(curl_, CURLOPT_COOKIELIST, "");
+        curl_easy_setopt(curl_, CURLOPT_NOSIGNAL, 1L);
+        curl_easy_setopt(curl_, CURLOPT_CONNECTTIMEOUT_MS, 60000L);
+        curl_easy_setopt(curl_, CURLOPT_TIMEOUT_MS, 0L);
+        return curl_easy_perform(curl_) == CURLE_OK && body.size() == BODY_SIZE;
     }
-    curl_slist_free_all(list);
-    curl_easy_cleanup(curl);
+
+private:
+    CURL* const curl_;
+    curl_slist* const list_;
+};
+
+bool executeGet(zeb::http::BasicHttpClient& client) {
+    const auto request = std::make_shared<zeb::http::Request>(server().url());
+    zeb::http::Response response;
+    return client.execute(request, response) == HttpClientResult::SUCCESS &&
+           response.body.size() == BODY_SIZE;
 }
 
-void executeGet(benchmark::State& state) {
+template <typename Function>
+double nanosecondsOf(const Function& function) {
+    const auto begin = std::chrono::steady_clock::now();
+    function();
+    return std::chrono::duration<double, std::nano>(std::chrono::steady_clock::now() - begin).count();
+}
+
+double medianOf(std::vector<double>& samples) {
+    const auto middle = samples.begin() + static_cast<std::ptrdiff_t>(samples.size() / 2);
+    std::nth_element(samples.begin(), middle, samples.end());
+    return *middle;
+}
+
+/// One request each, in turn, so that whatever else the machine does falls on both alike.
+void getInTurn(benchmark::State& state) {
+    RawClient raw;
     const auto client = zeb::netutils::NetUtilsFactory().createBasicHttpClient();
+    std::vector<double> rawTimes;
+    std::vector<double> executeTimes;
+    bool answered = true;
     for (auto _ : state) {
-        const auto request = std::make_shared<zeb::http::Request>(server().url());
-        zeb::http::Response response;
-        if (client->execute(request, response) != HttpClientResult::SUCCESS ||
-            response.body.size() != BODY_SIZE) {
-            state.SkipWithError("the request failed");
-            break;
-        }
+        rawTimes.push_back(nanosecondsOf([&] { answered = answered && raw.get(); }));
+        executeTimes.push_back(nanosecondsOf([&] { answered = answered && executeGet(*client); }));
     }
+    if (!answered) {
+        state.SkipWithError("a request failed");
+        return;
+    }
+    const double rawMedian = medianOf(rawTimes);
+    const double executeMedian = medianOf(executeTimes);
+    state.counters["raw_ns"] = rawMedian;
+    state.counters["execute_ns"] = executeMedian;
+    state.counters["ratio"] = executeMedian / rawMedian;
 }
 
 }  // namespace
 
-// Interleaved repetitions, so that what else the machine does falls on both.
-BENCHMARK(rawGet)->Name("Get1KiB/raw")->UseRealTime()->Repetitions(9)->ReportAggregatesOnly();
-BENCHMARK(executeGet)->Name("Get1KiB/execute")->UseRealTime()->Repetitions(9)->ReportAggregatesOnly();
+BENCHMARK(getInTurn)->Name("Get1KiB/execute_beside_raw")->UseRealTime()->Iterations(20000)->Repetitions(3);
 
 int main(int argc, char** argv) {
     server();

@@ -1,6 +1,7 @@
 /// The Base64 family on hostile texts. The input is decoded as a text in every form, and encoded as bytes in
 /// every form; what the codecs promise about the way there and back must hold.
 
+#include "Require.h"
 #include "core/Base64.h"
 #include "core/Base64DiscreetEncoder.h"
 #include "core/Base64Encoding.h"
@@ -9,7 +10,6 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <cstdlib>
 #include <string>
 #include <vector>
 
@@ -27,12 +27,6 @@ constexpr Form FORMS[] = {{zeb::base64_encode, zeb::base64_decode},
                           {zeb::base64url_encode, zeb::base64url_decode},
                           {zeb::base64url_encode_without_padding, zeb::base64url_decode_without_padding}};
 
-void require(bool condition) {
-    if (!condition) {
-        std::abort();
-    }
-}
-
 std::string encode(const Form& form, const Bytes& bytes, bool lineBreaks) {
     return form.encode(bytes.data(), static_cast<unsigned int>(bytes.size()), lineBreaks);
 }
@@ -41,16 +35,16 @@ void whatWasEncodedDecodesToItself(const Form& form, const Bytes& bytes) {
     for (const bool lineBreaks : {false, true}) {
         Bytes decoded;
         const int result = form.decode(encode(form, bytes, lineBreaks), decoded);
-        require(result == (bytes.empty() ? -1 : 0));
-        require(decoded == bytes);
+        ZEB_REQUIRE(result == (bytes.empty() ? -1 : 0));
+        ZEB_REQUIRE(decoded == bytes);
     }
 }
 
 void whatDecodesIsEncodedAndDecodesToTheSame(const Form& form, const std::string& text) {
     Bytes decoded;
     const int result = form.decode(text, decoded);
-    require(result <= 0 && result >= -3);
-    require(result == 0 || decoded.empty());
+    ZEB_REQUIRE(result <= 0 && result > zeb::Base64FamilyEncoder::INCOMPLETE_GROUP);  // no text leads there
+    ZEB_REQUIRE(result == 0 || decoded.empty());
     if (!decoded.empty()) {
         whatWasEncodedDecodesToItself(form, decoded);
     }
@@ -60,8 +54,8 @@ void theShortcutDecodesAsTheStepsDo(const zeb::Encoding& encoding, const std::st
     const zeb::Base64FamilyEncoder encoder(&encoding);
     Bytes quick = {1, 2, 3};
     Bytes stepByStep = {1, 2, 3};
-    require(encoder.decode(text, quick) == encoder.decodeStepByStep(text, stepByStep));
-    require(quick == stepByStep);
+    ZEB_REQUIRE(encoder.decode(text, quick) == encoder.decodeStepByStep(text, stepByStep));
+    ZEB_REQUIRE(quick == stepByStep);
 }
 
 // Where there is neither padding nor a line break to differ about. The buffer is of just the computed size.
@@ -73,8 +67,8 @@ void theDiscreetDecoderAgrees(const std::string& text) {
     Bytes plain;
     const int plainResult = zeb::base64_decode(text, plain);
     if (text.find_first_of("=\r\n") == std::string::npos) {
-        require(discreetResult == (plainResult == 0 ? 0 : -1));
-        require(discreetResult != 0 || discreet == plain);
+        ZEB_REQUIRE(discreetResult == (plainResult == 0 ? 0 : -1));
+        ZEB_REQUIRE(discreetResult != 0 || discreet == plain);
     }
 }
 
@@ -87,11 +81,11 @@ void theDiscreetEncoderAgrees(const Bytes& bytes) {
         }
         std::vector<char> discreet(encoder.computeEncodedMessageLength(bytes.size(), lineBreaks));
         encoder.encode(discreet.data(), bytes.data(), bytes.size(), lineBreaks);
-        require(plain == std::string(discreet.begin(), discreet.end()));
+        ZEB_REQUIRE(plain == std::string(discreet.begin(), discreet.end()));
 
         Bytes decoded(encoder.computeDecodedMessageLength(discreet.data(), discreet.size()));
-        require(bytes.empty() || encoder.decode(decoded.data(), discreet.data(), discreet.size()) == 0);
-        require(decoded == bytes);
+        ZEB_REQUIRE(bytes.empty() || encoder.decode(decoded.data(), discreet.data(), discreet.size()) == 0);
+        ZEB_REQUIRE(decoded == bytes);
     }
 }
 

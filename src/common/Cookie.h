@@ -41,7 +41,9 @@ public:
     std::string getName() const;
     /// In clear: the caller wipes it (SecureStringUtils::ZEBZeroString) after use.
     std::string getValue() const;
-    /// The domain field without the "#HttpOnly_" before it; with the dot before it, if it has one.
+    /// The domain field without the "#HttpOnly_" before it; with the dot before it, if it has one. A field
+    /// with that mark in another place, which libcurl never writes, loses its first ten characters all the
+    /// same.
     std::string getDomain() const;
     std::string getPath() const;
     /// True when hosts below the domain get the cookie, too.

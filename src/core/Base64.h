@@ -21,8 +21,8 @@ ZEBNETUTILS_EXPORT std::string base64url_encode_without_padding(const unsigned c
                                                                 unsigned int length, bool lineBreaks);
 
 /// Decode and append to `out`. 0: success. -1: the text is empty. -2: bad form or character. -3: incomplete
-/// group. Where a group is at fault, `out` is emptied of all it held; otherwise a failure leaves it as it
-/// was.
+/// group; as a wrong number of characters is bad form already, no text is known to lead there. A character
+/// outside the alphabet empties `out` of all it held; the other failures leave it as it was.
 ///
 /// Surplus padding is accepted; nothing may follow padding, a line break neither; lines must be as long as
 /// the first one. The forms "without padding" supply the padding that the text lacks.
@@ -39,7 +39,8 @@ ZEBNETUTILS_EXPORT SecureString base64_discreet_encode(const unsigned char* data
                                                        bool lineBreaks);
 
 /// The inverse. 0: success, and `out` is assigned the bytes. -1: nothing to decode, or bad form; `out` stays
-/// as it was. Line breaks may stand anywhere; those behind padding make `out` up to two NULs too long.
+/// as it was. Line breaks may stand anywhere; each padding character but those at the very end, and thus also
+/// padding with a line break behind it, makes `out` one NUL too long.
 ZEBNETUTILS_EXPORT int base64_discreet_decode(const SecureString& in, SecureString& out);
 
 }  // namespace zeb

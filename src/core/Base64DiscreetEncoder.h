@@ -14,8 +14,9 @@ public:
     /// Characters that encode() writes for `length` bytes; there is no NUL behind them.
     unsigned long computeEncodedMessageLength(unsigned long length, bool lineBreaks) const;
 
-    /// Room, in bytes, for what decode() writes. 0 if the text cannot be decoded for its length. Line breaks
-    /// behind the padding hide it from this count, which is then one or two above what decode() writes.
+    /// Room, in bytes, for what decode() writes. 0 if the text cannot be decoded for its length. Only padding
+    /// in the last two places of the text counts: what stands before them, or before a line break, leaves the
+    /// answer that much above what decode() writes.
     unsigned long computeDecodedMessageLength(const char* text, unsigned long length) const;
 
     /// Writes computeEncodedMessageLength() characters. With lineBreaks "\r\n" stands between lines of 72

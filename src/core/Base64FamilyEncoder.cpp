@@ -153,12 +153,10 @@ int Base64FamilyEncoder::decodeStepByStep(std::string text, std::vector<unsigned
     if (!getPaddingChars(text, paddingCount) || !weakCheckNewLines(text)) {
         return BAD_FORM;
     }
-    const std::size_t characters = text.size() - encoding_->getEncodedPaddingChars().size() * paddingCount -
-                                   LINE_BREAK.size() * countLineBreaks(text);
-    if (characters % CHARACTERS_PER_GROUP == 1) {
-        return BAD_FORM;  // six bits are no byte
+    std::size_t needed = 0;
+    if (!checkInputSize(text, paddingCount, needed)) {
+        return BAD_FORM;
     }
-    const std::size_t needed = missingInGroup(characters);
     if (const int result = removeUnnecessaryEncodedPaddingChars(text, paddingCount, needed);
         result != SUCCESS) {
         return result;
@@ -186,8 +184,8 @@ bool Base64FamilyEncoder::getPaddingChars(const std::string& text, std::size_t& 
             position += padding.size();
         } else if (LINE_BREAK.find(text[position]) == position) {
             // On purpose the character's place in the line break against the place in the text: equal only at
-            // the places 0 and 1, and a text accepted here for it fails in a later step. Which of the
-            // refusals a text gets hangs on it.
+            // the places 0 and 1, of which padding leaves the second, so only in "=\n". Such a text fails in
+            // a later step all the same; that it may get as far as the groups empties the output.
             position += LINE_BREAK.size();
         } else {
             return false;
@@ -222,7 +220,22 @@ bool Base64FamilyEncoder::isInsideEncodedPaddingChar(const std::string& text, st
     return false;
 }
 
+// Gives the padding that the last group needs. False if that group has one character, as six bits are no
+// byte.
+bool Base64FamilyEncoder::checkInputSize(const std::string& text, std::size_t paddingCount,
+                                         std::size_t& needed) const {
+    const std::size_t characters = text.size() - encoding_->getEncodedPaddingChars().size() * paddingCount -
+                                   LINE_BREAK.size() * countLineBreaks(text);
+    needed = missingInGroup(characters);
+    return characters % CHARACTERS_PER_GROUP != 1;
+}
+
 // Deletes from the right what padding there is beyond the needed; the surplus is accepted silently.
+//
+// The search cannot fail as long as getPaddingChars() does the counting: it counts occurrences, and as
+// neither
+// "=" nor "%3D" overlaps itself, a deletion takes away just one of them and leaves the others whole. So each
+// of the count - needed searches finds one. The answer stays for the day when the two come apart.
 int Base64FamilyEncoder::removeUnnecessaryEncodedPaddingChars(std::string& text, std::size_t count,
                                                               std::size_t needed) const {
     if (count < needed) {

@@ -40,6 +40,7 @@ private:
     bool getPaddingChars(const std::string& text, std::size_t& count) const;
     bool weakCheckNewLines(const std::string& text) const;
     bool isInsideEncodedPaddingChar(const std::string& text, std::size_t position) const;
+    bool checkInputSize(const std::string& text, std::size_t paddingCount, std::size_t& needed) const;
     int removeUnnecessaryEncodedPaddingChars(std::string& text, std::size_t count, std::size_t needed) const;
     void decodePaddingChars(std::string& text, std::size_t count) const;
     int decodeGroups(const std::string& text, std::vector<unsigned char>& out) const;

@@ -38,6 +38,8 @@ public:
     void wakeUpThread();
     /// Makes a thread unless the pool has as many as it may have, or has been shut down.
     void addThread();
+    /// Empties both queues.
+    void dropWaitingTasks();
     /// Drops the waiting tasks and lets the threads end. The worker may be gone on return: the pool's last
     /// call.
     void shutdown();
@@ -51,7 +53,6 @@ private:
     std::shared_ptr<Task> takeTaskLocked();
     void runTask(std::shared_ptr<Task> task);
     bool queuesEmptyLocked() const;
-    void dropWaitingTasks();
 
     std::atomic<ThreadPool*> pool_;  ///< null after shutdown; written with the worker mutex held
     const std::string threadNameBase_;

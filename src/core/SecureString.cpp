@@ -64,7 +64,7 @@ SecureString::~SecureString() = default;
 
 SecureString SecureString::createFromBase64(const std::string& text) {
     std::vector<unsigned char> encryptedValue;
-    if (text.empty() || base64_decode(text, encryptedValue) != 0 || encryptedValue.empty()) {
+    if (base64_decode(text, encryptedValue) != 0) {
         return {};
     }
     return {encryptedValue};

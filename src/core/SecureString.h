@@ -19,8 +19,9 @@ struct SecureStringData;
 ///
 /// Many threads may read one value, but setValue() must not run beside any other use of it.
 ///
-/// A failed encryption, for lack of memory too, leaves the string empty; a failed decryption leaves the
-/// reader as it was. Neither is reported otherwise, and nothing throws.
+/// A failed encryption leaves the string empty, a failed decryption leaves the reader as it was; neither is
+/// reported otherwise. Lack of memory for a text counts as such a failure; lack of memory for the few bytes
+/// that hold an object together, or for a result, is std::bad_alloc. Nothing else throws.
 class ZEBNETUTILS_EXPORT SecureString {
 public:
     SecureString();

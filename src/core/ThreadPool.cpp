@@ -63,12 +63,7 @@ void ThreadPool::enqueue(std::shared_ptr<Task> task, bool blocking, bool priorit
 }
 
 void ThreadPool::clearQueue() {
-    // The tasks are destroyed after the mutex has been released: what they own may call back.
-    TaskQueue normal;
-    TaskQueue priority;
-    const ScopedLock lock(*queueMutex_);
-    normal.swap(*normalQueue_);
-    priority.swap(*priorityQueue_);
+    worker_->dropWaitingTasks();
 }
 
 std::size_t ThreadPool::queueSize() const {

@@ -46,8 +46,7 @@ constexpr char SIGNATURE_ALGORITHMS[] =
     "ECDSA+SHA512";
 
 CURL* handleOf(const HttpRequestData& data) {
-    const std::shared_ptr<EasyCURLConnection> connection = data.getCurlConnection();
-    return connection == nullptr ? nullptr : connection->getHandle();
+    return data.getEasyHandle();
 }
 
 HttpRequestOptions& optionsOf(const HttpRequestData& data) {

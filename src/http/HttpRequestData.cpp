@@ -81,6 +81,7 @@ void HttpRequestData::consumeEasyCURLConnection(std::shared_ptr<EasyCURLConnecti
     }
     ZEB_LOG_DEBUG(log::httpClient(), "Request " << formattedRequestID() << " acquiring EasyCURLConnection");
     curlConnection_ = std::move(connection);
+    easyHandle_ = curlConnection_ == nullptr ? nullptr : curlConnection_->getHandle();
     ownsConnection_ = true;
     clientData_ = std::move(clientData);
 }
@@ -94,6 +95,7 @@ void HttpRequestData::returnEasyCURLConnection() {
     ZEB_LOG_DEBUG(log::httpClient(),
                   "Request " << formattedRequestID() << " returning borrowed EasyCURLConnection");
     // The handle is let go before the client is told: the next owner must be the only one.
+    easyHandle_ = nullptr;
     curlConnection_.reset();
     ownsConnection_ = false;
     lender.swap(clientData_);
@@ -110,11 +112,6 @@ bool HttpRequestData::ownsEasyCURLConnection() const {
 std::shared_ptr<EasyCURLConnection> HttpRequestData::getCurlConnection() const {
     const ScopedLock lock(connectionMutex_);
     return curlConnection_;
-}
-
-void* HttpRequestData::easyHandle() const {
-    const std::shared_ptr<EasyCURLConnection> connection = getCurlConnection();
-    return connection == nullptr ? nullptr : connection->getHandle();
 }
 
 bool HttpRequestData::hasFailoverUrl() const {
@@ -171,7 +168,8 @@ HttpClientResult::Result HttpRequestData::enforceIpFamilyPreferencePolicy() {
         ZEB_LOG_ERROR(log::httpClient(), "IpFamilyPreferencePolicy is null and has not been enforced.");
         return HttpClientResult::POLICY_NOT_AVAILABLE_ERROR;
     }
-    if (ipFamilyPreferencePolicy_->enforce(easyHandle()) == common::Policy::PolicyEnforcingResult::SUCCESS) {
+    if (ipFamilyPreferencePolicy_->enforce(getEasyHandle()) ==
+        common::Policy::PolicyEnforcingResult::SUCCESS) {
         return HttpClientResult::SUCCESS;
     }
     if (!ipFamilyPreferencePolicyCanBeIgnored_) {
@@ -195,7 +193,8 @@ HttpClientResult::Result HttpRequestData::enforceCommonCriteriaUsagePolicy() {
         ZEB_LOG_ERROR(log::httpClient(), "CommonCriteriaUsagePolicy is null and has not been enforced.");
         return HttpClientResult::POLICY_NOT_AVAILABLE_ERROR;
     }
-    if (commonCriteriaUsagePolicy_->enforce(easyHandle()) == common::Policy::PolicyEnforcingResult::SUCCESS) {
+    if (commonCriteriaUsagePolicy_->enforce(getEasyHandle()) ==
+        common::Policy::PolicyEnforcingResult::SUCCESS) {
         return HttpClientResult::SUCCESS;
     }
     if (!commonCriteriaUsageCanBeIgnored_) {

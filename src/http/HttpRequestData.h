@@ -9,6 +9,7 @@
 #include "http/Response.h"
 #include "http/SSLData.h"
 
+#include <atomic>
 #include <cstddef>
 #include <cstdint>
 #include <deque>
@@ -72,6 +73,8 @@ public:
     bool ownsEasyCURLConnection() const;
     /// Null when no handle is owned.
     std::shared_ptr<EasyCURLConnection> getCurlConnection() const;
+    /// The `CURL*` of the owned connection, null without one: for the thread that transfers, at no cost.
+    void* getEasyHandle() const { return easyHandle_; }
 
     bool hasFailoverUrl() const;
     /// The URLs to go on with, in this order, when the one before fails. Forgets earlier failures.
@@ -103,7 +106,6 @@ public:
 private:
     void readIdentity(const HttpRequestOptions& options);
     void switchUrls(HttpClientResult::Result result);
-    void* easyHandle() const;
 
     Mutex runMutex_;
     bool answered_ = false;
@@ -115,6 +117,7 @@ private:
         EdgeTransformer::TransformRequestResult::UNKNOWN;
     std::shared_ptr<EasyCURLConnection> curlConnection_;
     bool ownsConnection_ = false;
+    std::atomic<void*> easyHandle_{nullptr};  ///< written with curlConnection_
     mutable Mutex connectionMutex_;
     std::shared_ptr<HttpClientData> clientData_;
     std::shared_ptr<ip::IpFamilyPreferencePolicy> ipFamilyPreferencePolicy_;

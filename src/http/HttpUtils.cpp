@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <cstddef>
+#include <optional>
 #include <string_view>
 
 namespace zeb::http {
@@ -27,9 +28,8 @@ std::size_t authorityStart(std::string_view url) {
     return schemeEnd == NOT_FOUND ? 0 : schemeEnd + SCHEME_END.size();
 }
 
-/// Where the host of a text stands that is expected to begin with a scheme: the first "/" is taken for that
-/// of
-/// "://", whatever stands around it. Callers rely on "a/b" having no host here.
+/// Where the host stands in a text that is expected to begin with a scheme: the first "/" is taken for that
+/// of "://", whatever stands around it. Callers rely on "a/b" having no host here.
 std::size_t hostStart(std::string_view text) {
     const std::size_t slash = text.find('/');
     return slash == NOT_FOUND ? 0 : slash + 2;
@@ -66,15 +66,12 @@ bool hasIpv6Authority(std::string_view url) {
 
 std::string_view hostOf(std::string_view url) {
     std::size_t start = authorityStart(url);
-    if (start >= url.size()) {
-        return {};
-    }
     if (!hasIpv6Authority(url)) {
         return between(url, start, findEither(url, '/', ':', start));
     }
     ZEB_LOG_DEBUG(log::http(), "URL is IPv6");
-    if (url.find('[') !=
-        NOT_FOUND) {  // wherever it stands: nothing but brackets is expected around an address
+    // Wherever the bracket stands: callers have none but those around the address.
+    if (url.find('[') != NOT_FOUND) {
         ++start;
     }
     return between(url, start, findEither(url, '/', ']', start));
@@ -97,25 +94,20 @@ bool mustBeEncoded(char c) {
     return c == ' ' || static_cast<unsigned char>(c) > 127;
 }
 
-/// The entry without its scheme key, if it serves the scheme; NOT_SERVED otherwise.
-struct ProxyEntry {
-    bool served;
-    std::string_view proxy;
-};
-
-ProxyEntry readProxyEntry(std::string_view entry, std::string_view wantedScheme) {
+/// The entry without its scheme key; nothing when it serves another scheme.
+std::optional<std::string_view> proxyOf(std::string_view entry, std::string_view wantedScheme) {
     const std::size_t equals = entry.find('=');
     if (equals != NOT_FOUND) {
         if (entry.substr(0, equals) != wantedScheme) {
-            return {false, {}};
+            return std::nullopt;
         }
         entry.remove_prefix(equals + 1);
     }
     const std::size_t schemeEnd = entry.find(SCHEME_END);
     if (schemeEnd != NOT_FOUND && entry.substr(0, schemeEnd) != wantedScheme) {
-        return {false, {}};
+        return std::nullopt;
     }
-    return {true, entry};
+    return entry;
 }
 
 }  // namespace
@@ -165,7 +157,7 @@ unsigned int HttpUtils::extractPortFromHttpUrl(const std::string& url) {
     if (colon == NOT_FOUND || colon > slash) {
         return 0;
     }
-    return common::readDecimal<unsigned int>(between(url, colon + 1, slash));
+    return common::readDecimal<unsigned int>(std::string_view(url).substr(colon + 1));
 }
 
 std::string HttpUtils::extractFilenameFromHttpUrl(const std::string& url) {
@@ -228,13 +220,14 @@ std::string HttpUtils::extractFullDomainFromHttpUrl(const std::string& url) {
         ZEB_LOG_DEBUG(log::http(), "Url is not FQDN");
         return {};
     }
-    std::string domain(host.substr(dot + 1));
-    ZEB_LOG_DEBUG(log::http(), "Extracted domain from home KDR URI is " << ZEBLogger_replacePIIData(domain));
+    const std::string_view domain = host.substr(dot + 1);
+    ZEB_LOG_DEBUG(log::http(),
+                  "Extracted domain from home KDR URI is " << ZEBLogger_replacePIIData(std::string(domain)));
     if (!std::any_of(domain.begin(), domain.end(), isLetter)) {
         ZEB_LOG_DEBUG(log::http(), "Domain contains no letters- assume it is IP address");
         return {};
     }
-    return domain;
+    return std::string(domain);
 }
 
 std::string HttpUtils::getProxyFromList(const std::string& protocol,
@@ -245,9 +238,8 @@ std::string HttpUtils::getProxyFromList(const std::string& protocol,
     }
     const std::string_view wantedScheme = protocol.empty() ? std::string_view("http") : protocol;
     for (const std::string& text : proxies) {
-        const ProxyEntry entry = readProxyEntry(text, wantedScheme);
-        if (entry.served) {
-            return std::string(entry.proxy);
+        if (const auto proxy = proxyOf(text, wantedScheme)) {
+            return std::string(*proxy);
         }
     }
     return {};

@@ -14,7 +14,8 @@ namespace zeb::http {
 ///
 /// Stateless; any thread may call; nothing throws unless memory runs out. Each operation on an empty URL logs
 /// "url is empty" as a warning and answers with an empty text, 0 or false. Time is linear in the length of
-/// the input, and nothing is allocated but the result.
+/// the input. Nothing is allocated but the result and log lines of enabled levels; only a host in
+/// the characters of an unusual numeric address ("127.1", a scope) is copied for the system's resolver.
 ///
 /// "Authority start" below is the position behind the first "://", or 0 when there is none.
 class ZEBNETUTILS_EXPORT HttpUtils {

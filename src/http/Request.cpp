@@ -70,21 +70,12 @@ void setProxyCredential(const std::shared_ptr<Proxy>& proxy) {
 
 Request::Request(const std::string& url) : Request(std::make_shared<HttpRequestOptions>(url)) {}
 
-Request::Request(std::shared_ptr<HttpRequestOptions> options)
-    : options_(std::move(options)), systemProxyResolver_(std::make_shared<SystemProxyResolver>()) {}
+Request::Request(std::shared_ptr<HttpRequestOptions> options) : options_(std::move(options)) {}
 
 Request::~Request() = default;
 
-std::shared_ptr<HttpRequestOptions> Request::getOptions() const {
-    return options_;
-}
-
 void Request::setOptions(std::shared_ptr<HttpRequestOptions> options) {
     options_ = std::move(options);
-}
-
-std::shared_ptr<HttpClientListener> Request::getListener() const {
-    return listener_;
 }
 
 void Request::setListener(std::shared_ptr<HttpClientListener> listener) {
@@ -97,6 +88,14 @@ void Request::setProxy(std::shared_ptr<Proxy> proxy) {
 
 void Request::setSystemProxyResolver(std::shared_ptr<SystemProxyResolver> resolver) {
     systemProxyResolver_ = std::move(resolver);
+    systemProxyResolverGiven_ = true;
+}
+
+void Request::useSystemProxy(bool use) {
+    useSystemProxy_ = use;
+    if (use && systemProxyResolver_ == nullptr && !systemProxyResolverGiven_) {
+        systemProxyResolver_ = std::make_shared<SystemProxyResolver>();
+    }
 }
 
 std::shared_ptr<Proxy> Request::getProxy() const {

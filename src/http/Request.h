@@ -27,20 +27,21 @@ public:
     Request(const Request&) = delete;
     Request& operator=(const Request&) = delete;
 
-    std::shared_ptr<HttpRequestOptions> getOptions() const;
+    const std::shared_ptr<HttpRequestOptions>& getOptions() const { return options_; }
     void setOptions(std::shared_ptr<HttpRequestOptions> options);
 
     /// Needed by asynchronous runs; makes a synchronous one report its progress.
-    std::shared_ptr<HttpClientListener> getListener() const;
+    const std::shared_ptr<HttpClientListener>& getListener() const { return listener_; }
     void setListener(std::shared_ptr<HttpClientListener> listener);
 
     /// A proxy for this request alone; it goes before the system's.
     void setProxy(std::shared_ptr<Proxy> proxy);
-    /// Initially one that knows of no proxy. A null resolver counts as no system proxy.
+    /// Without one, useSystemProxy makes one that knows of no proxy. A null resolver counts as no system
+    /// proxy.
     void setSystemProxyResolver(std::shared_ptr<SystemProxyResolver> resolver);
 
     /// Ask the resolver for a proxy when none is set. Initially false.
-    void useSystemProxy(bool use) { useSystemProxy_ = use; }
+    void useSystemProxy(bool use);
     bool getIsUseSystemProxy() const { return useSystemProxy_; }
 
     /// True (the initial value): when a proxy asks for credentials the request is answered only after the
@@ -67,7 +68,9 @@ private:
     std::shared_ptr<Proxy> proxy_;
     bool useSystemProxy_ = false;
     bool waitUntilProxyCredentialReady_ = true;
-    std::shared_ptr<SystemProxyResolver> systemProxyResolver_;
+    std::shared_ptr<SystemProxyResolver>
+        systemProxyResolver_;  ///< made when first wanted: most requests don't
+    bool systemProxyResolverGiven_ = false;
     std::atomic<bool> cancelled_{false};
 };
 

@@ -10,11 +10,11 @@
 
 namespace zeb::ip {
 
-IpAddress::BytesCache::BytesCache(const BytesCache& other) : bytes_(other.load()) {}
+IpAddress::BytesCache::BytesCache(const BytesCache& /*other*/) {}
 
 IpAddress::BytesCache& IpAddress::BytesCache::operator=(const BytesCache& other) {
     if (this != &other) {
-        store(other.load());
+        bytes_.reset();  // whoever assigns is alone with the object
     }
     return *this;
 }
@@ -60,8 +60,9 @@ IpAddress::Bytes IpAddress::readBytes() const {
     std::array<unsigned char, sizeof(in6_addr)> buffer{};
     const int result = inet_pton(ipv4 ? AF_INET : AF_INET6, address_.c_str(), buffer.data());
     if (result != 1) {
-        ZEB_LOG_ERROR(log::ip(), "inet_pton unable to populate sockAddr." << (ipv4 ? "sin_addr" : "sin6_addr")
-                                                                          << ", pton_retval: " << result);
+        ZEB_LOG_ERROR(log::ip(), (ipv4 ? "inet_pton unable to populate sockAddr.sin_addr, pton_retval: "
+                                       : "inet_pton unable to populate sockAddr.sin6_addr, pton_retval: ")
+                                     << result);
         return {};
     }
     return {buffer.begin(), buffer.begin() + (ipv4 ? sizeof(in_addr) : sizeof(in6_addr))};

@@ -43,7 +43,7 @@ private:
     using Bytes = std::vector<unsigned char>;
 
     /// Filled by the first getBytes() that succeeds, in const objects too. Access is atomic, so that a value
-    /// that several threads read stays safe to read.
+    /// that several threads read stays safe to read. A copy begins with none, which costs less than to share.
     class BytesCache {
     public:
         BytesCache() = default;

@@ -3,6 +3,8 @@
 #include "ip/ScopedWinSockInitialiser.h"
 
 #include <algorithm>
+#include <arpa/inet.h>
+#include <array>
 #include <memory>
 #include <netdb.h>
 #include <netinet/in.h>
@@ -41,6 +43,20 @@ bool hasIpv6Characters(std::string_view text) {
                        [](char c) { return isHexDigit(c) || c == '.' || c == ':'; });
 }
 
+/// The usual spellings, which the resolver accepts as well, without its cost and without an allocation.
+NumericFamily familyOfUsualSpelling(std::string_view text) {
+    std::array<char, INET6_ADDRSTRLEN> terminated{};
+    if (text.size() >= terminated.size()) {
+        return NumericFamily::NONE;
+    }
+    text.copy(terminated.data(), text.size());
+    in6_addr bytes{};
+    if (inet_pton(AF_INET, terminated.data(), &bytes) == 1) {
+        return NumericFamily::IPV4;
+    }
+    return inet_pton(AF_INET6, terminated.data(), &bytes) == 1 ? NumericFamily::IPV6 : NumericFamily::NONE;
+}
+
 NumericFamily askResolver(const std::string& text) {
     const ScopedWinSockInitialiser sockets;
     addrinfo hints{};
@@ -70,7 +86,8 @@ NumericFamily numericFamily(std::string_view text) {
     if (text.find('\0') != std::string_view::npos) {  // one can hide in a scope
         return NumericFamily::NONE;
     }
-    return askResolver(std::string(text));
+    const NumericFamily usual = familyOfUsualSpelling(text);
+    return usual != NumericFamily::NONE ? usual : askResolver(std::string(text));
 }
 
 }  // namespace zeb::ip

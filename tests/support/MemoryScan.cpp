@@ -139,6 +139,14 @@ PlantedSecret::PlantedSecret(std::size_t size) {
     }
 }
 
+PlantedSecret::PlantedSecret(const unsigned char* bytes, std::size_t size) {
+    std::random_device random;
+    for (std::size_t i = 0; i < size; ++i) {
+        mask_.push_back(static_cast<unsigned char>(random()));
+        masked_.push_back(bytes[i] ^ mask_.back());
+    }
+}
+
 void PlantedSecret::copyTo(char* out) const {
     for (std::size_t i = 0; i < size(); ++i) {
         out[i] = at(i);

@@ -11,6 +11,9 @@ class PlantedSecret {
 public:
     explicit PlantedSecret(std::size_t size = 64);
 
+    /// Instead of a random text, these bytes; wiping them is the caller's.
+    PlantedSecret(const unsigned char* bytes, std::size_t size);
+
     std::size_t size() const { return masked_.size(); }
 
     /// One character in clear.

@@ -27,7 +27,7 @@ std::int64_t TimeUtils::getCurrentTimeInSeconds() {
 
 std::string SystemUtils::getHttpUserAgent() {
     const std::lock_guard<std::mutex> lock(userAgent().mutex);
-    return userAgent().chosen.empty() ? "zebnetutils/0.1.0" : userAgent().chosen;
+    return userAgent().chosen.empty() ? "zebnetutils/" ZEB_VERSION : userAgent().chosen;
 }
 
 void SystemUtils::setHttpUserAgent(const std::string& chosen) {

@@ -149,7 +149,8 @@ void ZEBLogger_flush() {
 }
 
 std::shared_ptr<LogController> LogController::getInstance() {
-    static const std::shared_ptr<LogController> instance(new LogController);
+    // Never destroyed, as the registry.
+    static const auto& instance = *new std::shared_ptr<LogController>(new LogController);
     return instance;
 }
 

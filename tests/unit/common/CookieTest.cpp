@@ -215,6 +215,10 @@ TEST(CookieTest, AnExpirationIsReadAsAStreamReadsIt) {
     EXPECT_EQ(0, expirationOf("0x10"));
 }
 
+TEST(CookieTest, AnExpirationOfTenMillionDigitsReadsAs0) {
+    EXPECT_EQ(0, expirationOf(std::string(10 * 1000 * 1000, '9')));
+}
+
 // Copies and comparison
 
 TEST(CookieTest, IsEqualToACookieOfTheSameLineOnly) {
@@ -258,6 +262,23 @@ TEST(CookieTest, ANulIsPartOfItsField) {
     EXPECT_EQ("n\0m"s, cookie.getName());
     EXPECT_EQ("v\0w"s, cookie.getValue());
     EXPECT_EQ(line, cookie.getRawFormat());
+}
+
+TEST(CookieTest, TheByteFFIsPartOfItsField) {
+    const std::string line = "\xFF\tTRUE\t/\xFF\tTRUE\t0\tn\xFF\tv\xFF";
+    const Cookie cookie(line);
+    EXPECT_EQ("\xFF", cookie.getDomain());
+    EXPECT_EQ("/\xFF", cookie.getPath());
+    EXPECT_EQ("n\xFF", cookie.getName());
+    EXPECT_EQ("v\xFF", cookie.getValue());
+    EXPECT_EQ(line, cookie.getRawFormat());
+}
+
+TEST(CookieTest, TakesALineThatItGaveItself) {
+    Cookie cookie(LINE);
+    cookie.parse(cookie.getRawFormat());
+    EXPECT_EQ(Cookie(LINE), cookie);
+    EXPECT_EQ("X-Auth", cookie.getName());
 }
 
 TEST(CookieTest, TenMegabytesOfTabsAreCountedAndSplitWithoutAListOfThem) {

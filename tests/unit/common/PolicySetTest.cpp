@@ -185,6 +185,31 @@ TEST(PolicySetTest, ThreadsReadAndWriteAtTheSameTime) {
     EXPECT_EQ("SYSTEM_PROXY_USAGE[proxy]", set.toString());
 }
 
+TEST(PolicySetTest, NoThreadSeesAPartOfWhatAddAllAdds) {
+    PolicySet::Policies policies;
+    for (int nature = N::EDGE_USAGE; nature <= N::UNKNOWN; ++nature) {
+        policies.insert(named(static_cast<N::Nature>(nature), "x"));
+    }
+    PolicySet set;
+    std::atomic<bool> done{false};
+    std::atomic<int> looks{0};
+    int parts = 0;
+    std::thread reader([&] {
+        for (; !done; ++looks) {
+            const std::size_t size = set.getAll().size();
+            parts += size != 0 && size != policies.size() ? 1 : 0;
+        }
+    });
+    // Until the reader has looked often enough to have met a part, were there one to be seen.
+    while (looks < 2000) {
+        set.addAll(policies);
+        set.removeAll();
+    }
+    done = true;
+    reader.join();
+    EXPECT_EQ(0, parts);
+}
+
 TEST(VerifyPoliciesResultTest, IsNoSuccessAtConstruction) {
     EXPECT_FALSE(PolicySet::VerifyPoliciesResult().success);
 }

@@ -2,10 +2,13 @@
 #include "core/Base64DiscreetEncoder.h"
 #include "core/SecureString.h"
 #include "core/SecureStringReader.h"
+#include "support/MemoryScan.h"
 
 #include <algorithm>
+#include <pthread.h>
 #include <random>
 #include <string>
+#include <sys/mman.h>
 #include <vector>
 
 #include <climits>
@@ -177,6 +180,75 @@ TEST(Base64DiscreetEncoderTest, NeverWritesMoreThanTheComputedLength) {
     }
 }
 
+template <typename Function>
+__attribute__((noinline)) void callInItsOwnFrame(Function& function) {
+    function();
+    __asm__ __volatile__("" : : : "memory");  // no tail call
+}
+
+// Runs on a stack of its own, so that what a function leaves below its frame can be looked at in peace.
+template <typename Function>
+std::string stackLeftBy(Function function) {
+    constexpr std::size_t SIZE = 2UL << 20U;  // a sanitizer wants nearly a megabyte for itself
+    void* const stack = mmap(nullptr, SIZE, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+    pthread_attr_t attributes;
+    pthread_attr_init(&attributes);
+    pthread_attr_setstack(&attributes, stack, SIZE);
+    pthread_t thread{};
+    const auto run = [](void* argument) -> void* {
+        char gap[64UL << 10U];  // what the thread does at its end stays above it
+        __asm__ __volatile__("" : : "r"(gap) : "memory");
+        callInItsOwnFrame(*static_cast<Function*>(argument));
+        return nullptr;
+    };
+    EXPECT_EQ(0, pthread_create(&thread, &attributes, run, &function));
+    pthread_join(thread, nullptr);
+    pthread_attr_destroy(&attributes);
+    const std::vector<unsigned char> left = peekAtMemory(stack, SIZE);
+    munmap(stack, SIZE);
+    EXPECT_EQ(SIZE, left.size());
+    return {left.begin(), left.end()};
+}
+
+TEST(Base64DiscreetEncoderTest, TheScanFindsAGroupThatAFunctionLeavesOnItsStack) {
+    const std::string group = "q8Zx";
+    const std::string left = stackLeftBy([&group] {
+        volatile char characters[4] = {};
+        std::copy(group.begin(), group.end(), characters);
+    });
+    EXPECT_NE(std::string::npos, left.find(group));
+}
+
+// Characters that are the same in each group, or octets in order: what a group array would still hold.
+TEST(Base64DiscreetEncoderTest, LeavesNoGroupOnTheStack) {
+    const Base64DiscreetEncoder encoder;
+    const std::string text = "q8Zxq8Zxq8Zx";
+    const std::string octets = "\xAB\xC6\x71";
+    std::string data;
+    for (int i = 0; i < 3; ++i) {
+        data += octets;
+    }
+    std::vector<unsigned char> decoded(data.size());
+    std::vector<char> encoded(text.size());
+    const std::string left = stackLeftBy([&] {
+        encoder.encode(encoded.data(), bytesOf(data), data.size(), true);
+        encoder.decode(decoded.data(), text.data(), text.size());
+    });
+    EXPECT_EQ(text, std::string(encoded.begin(), encoded.end()));
+    EXPECT_EQ(data, std::string(decoded.begin(), decoded.end()));
+    EXPECT_EQ(std::string::npos, left.find("q8Zx"));
+    EXPECT_EQ(std::string::npos, left.find(octets));
+}
+
+TEST(Base64DiscreetEncoderTest, LeavesNoGroupOnTheStackWhenItRefusesAText) {
+    const Base64DiscreetEncoder encoder;
+    const std::string text = "q8Zxq8Z!";
+    unsigned char decoded[6];
+    const std::string left = stackLeftBy([&] { encoder.decode(decoded, text.data(), text.size()); });
+    EXPECT_EQ(std::string::npos, left.find("q8Z"));
+    EXPECT_EQ(std::string::npos, left.find("\xAB\xC6\x71"));
+}
+
 TEST(Base64DiscreetTest, ASecretIsEncodedAndDecoded) {
     for (const std::size_t size : {1U, 2U, 3U, 54U, 55U, 200U}) {
         for (const bool lineBreaks : {false, true}) {
@@ -203,6 +275,12 @@ TEST(Base64DiscreetTest, AFailedDecodingLeavesTheOutputAsItWas) {
         EXPECT_EQ(-1, base64_discreet_decode(SecureString(std::string(text)), out)) << text;
         EXPECT_EQ("before", read(out));
     }
+}
+
+TEST(Base64DiscreetTest, PaddingBeforeTheEndMakesTheSecretTooLongByNuls) {
+    SecureString out;
+    EXPECT_EQ(0, base64_discreet_decode(SecureString(std::string("Zg==Zm9v")), out));
+    EXPECT_EQ(std::string("ffoo\0\0", 6), read(out));
 }
 
 TEST(Base64DiscreetTest, LineBreaksBehindThePaddingMakeTheSecretTooLongByNuls) {

@@ -22,6 +22,7 @@ protected:
         const int quickResult = encoder_.decode(text, quick);
         ASSERT_EQ(encoder_.decodeStepByStep(text, stepByStep), quickResult) << testing::PrintToString(text);
         ASSERT_EQ(stepByStep, quick) << testing::PrintToString(text);
+        ASSERT_NE(Base64FamilyEncoder::INCOMPLETE_GROUP, quickResult) << testing::PrintToString(text);
     }
 
     const Base64FamilyEncoder encoder_{GetParam()};
@@ -93,6 +94,27 @@ TEST_P(Base64FamilyEncoderTest, TheDecodingTableIsTheInverseOfTheAlphabet) {
                                                           : static_cast<int>(value);
         EXPECT_EQ(expected, GetParam()->getDecodingTable()[character]) << character;
     }
+}
+
+// No text leads there with the two encodings that there are. One whose padding is lost on decoding does.
+class PaddingLosingEncoding : public Encoding {
+public:
+    const char* getEncodingTable() const override { return base64_.getEncodingTable(); }
+    const unsigned char* getDecodingTable() const override { return base64_.getDecodingTable(); }
+    std::string_view getEncodedPaddingChars() const override { return "="; }
+    std::string_view getDecodedPaddingChars() const override { return ""; }
+    bool isPaddingCharEncoded() const override { return true; }
+
+private:
+    const Encoding& base64_ = Base64Encoding::getInstance();
+};
+
+TEST(Base64FamilyEncoderFailureTest, AnIncompleteGroupEmptiesTheOutput) {
+    const PaddingLosingEncoding encoding;
+    const Base64FamilyEncoder encoder(&encoding);
+    Bytes out = {1, 2, 3};
+    EXPECT_EQ(Base64FamilyEncoder::INCOMPLETE_GROUP, encoder.decode("Zm9vZg===", out));
+    EXPECT_TRUE(out.empty());
 }
 
 TEST(Base64EncodingTest, WritesPaddingAsItIs) {

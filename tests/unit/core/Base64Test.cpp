@@ -234,17 +234,43 @@ TEST(Base64Test, APaddedTextFollowedByALineBreakIsRefused) {
 
 TEST(Base64Test, NothingMayFollowPadding) {
     for (const char* text : {"Zg==Zg==", "Zg=Z", "=Zg=", "Zg=\n=", "Zg==\n"}) {
-        Bytes out;
+        Bytes out = {1, 2, 3};
         EXPECT_EQ(-2, base64_decode(text, out)) << text;
+        EXPECT_EQ((Bytes{1, 2, 3}), out) << text;
     }
 }
 
-// "\n" at place 1 passes the check of the padding and is refused by a later step.
-TEST(Base64Test, ALineFeedBehindPaddingAtTheVeryStartIsRefusedByTheLaterSteps) {
-    for (const char* text : {"=\n", "=\n=", "=\nA", "=\nAB", "=\n\n==", "=\nX=", "=\nX===", "=\n====="}) {
+TEST(Base64urlTest, NothingMayFollowPadding) {
+    for (const char* text : {"Zg%3D%3DZg%3D%3D", "Zg%3D\r\n%3D", "Zg%3\r\nD%3D", "%3D\n%3D", "Zg%3D%3D="}) {
+        Bytes out = {1, 2, 3};
+        EXPECT_EQ(-2, base64url_decode(text, out)) << text;
+        EXPECT_EQ((Bytes{1, 2, 3}), out) << text;
+    }
+}
+
+// Padding torn by a line break is none, and its characters aren't of the alphabet. What the surplus leaves
+// behind may look like padding: it is not counted again.
+TEST(Base64urlTest, TornPaddingIsNoPadding) {
+    for (const char* text : {"Zg%\r\n3D%3D%3D", "%%3D", "Zg%%3D3D"}) {
         Bytes out;
+        EXPECT_EQ(-2, base64url_decode(text, out)) << text;
+    }
+}
+
+// "\n" at place 1 passes the check of the padding, and is refused as a character, which empties the output.
+TEST(Base64Test, ALineFeedBehindPaddingAtTheVeryStartGetsAsFarAsTheGroups) {
+    for (const char* text : {"=\n==", "=\nX=", "=\n\n=", "=\n===", "=\nX===", "=\n====="}) {
+        Bytes out = {1, 2, 3};
         EXPECT_EQ(-2, base64_decode(text, out)) << text;
-        EXPECT_TRUE(out.empty());
+        EXPECT_TRUE(out.empty()) << text;
+    }
+}
+
+TEST(Base64Test, ALineFeedAtPlaceOneIsRefusedEarlierForItsSizeOrForWhatFollows) {
+    for (const char* text : {"=\n", "=\n=", "=\nA", "=\nAB", "=\n\nA", "=\r\n=", "A=\n="}) {
+        Bytes out = {1, 2, 3};
+        EXPECT_EQ(-2, base64_decode(text, out)) << text;
+        EXPECT_EQ((Bytes{1, 2, 3}), out) << text;
     }
 }
 
@@ -280,6 +306,7 @@ TEST(Base64Test, LinesOfEqualLengthAreAccepted) {
          {"Zm9v\r\nZm9v", "Zm9v\r\nZm8=", "Zm9v\r\nZm9v\r\n", "Z\r\nm\r\n9\r\nv", "Zm9\r\nv"}) {
         Bytes out;
         EXPECT_EQ(0, base64_decode(text, out)) << text;
+        ASSERT_FALSE(out.empty());
         EXPECT_EQ('f', out.front());
     }
 }
@@ -342,6 +369,7 @@ TEST(Base64Test, DecodingWithoutPaddingAcceptsPaddedAndHalfPaddedTextsToo) {
     for (const char* text : {"Zg", "Zg%3D%3D", "Zm8%3D"}) {
         Bytes out;
         EXPECT_EQ(0, base64url_decode_without_padding(text, out)) << text;
+        ASSERT_FALSE(out.empty());
         EXPECT_EQ('f', out.front());
     }
 }

@@ -1,6 +1,7 @@
 #include "PosixSeam.h"
 
 #include <array>
+#include <atomic>
 #include <cerrno>
 #include <chrono>
 #include <cmath>
@@ -8,6 +9,7 @@
 #include <ctime>
 #include <filesystem>
 #include <fstream>
+#include <iterator>
 #include <mutex>
 #include <pthread.h>
 #include <thread>
@@ -28,13 +30,16 @@ Failure& failureOf(PosixCall call) {
     return failures.at(static_cast<std::size_t>(call));
 }
 
-/// The state of HeldTimedWaits.
+constexpr long NANOSECONDS_PER_SECOND = 1000000000;
+
+/// The state of HeldTimedWaits and CountedTimedWaits.
 struct Hold {
     std::mutex mutex;  ///< guards all below
     std::condition_variable changed;
     bool active = false;
     std::size_t waiting = 0;
-    unsigned endings = 0;  ///< counts expire() and wake()
+    std::size_t begun = 0;  ///< timed waits of any kind
+    unsigned endings = 0;   ///< counts expire() and wake()
     int endingResult = 0;
     std::vector<long> limits;
 };
@@ -52,14 +57,37 @@ long secondsUntil(const timespec& deadline) {
     return std::lround(seconds);
 }
 
+/// Timed waits that go on now and aren't held.
+std::atomic<std::size_t> realWaits{0};
+
+std::size_t threadsInAll() {
+    std::error_code error;
+    const std::filesystem::directory_iterator tasks("/proc/self/task", error);
+    return static_cast<std::size_t>(std::distance(tasks, std::filesystem::directory_iterator()));
+}
+
+/// Those that are there without any test: the main thread, and a sanitizer's own, which comes with the first
+/// thread that is made.
+const std::size_t threadsAtStart = [] {
+    std::thread([] {}).join();
+    return threadsInAll();
+}();
+
 /// Waits as HeldTimedWaits says; `locked` is released meanwhile. False when waits aren't held.
 bool heldWait(pthread_mutex_t* locked, const timespec& deadline, int& result) {
     Hold& held = hold();
     std::unique_lock<std::mutex> lock(held.mutex);
+    ++held.begun;
     if (!held.active) {
+        held.changed.notify_all();
         return false;
     }
     held.limits.push_back(secondsUntil(deadline));
+    if (deadline.tv_nsec < 0 || deadline.tv_nsec >= NANOSECONDS_PER_SECOND) {
+        result = EINVAL;
+        held.changed.notify_all();
+        return true;
+    }
     const unsigned endingsBefore = held.endings;
     ++held.waiting;
     pthread_mutex_unlock(locked);
@@ -126,6 +154,16 @@ std::vector<long> HeldTimedWaits::limitsInSeconds() const {
     return hold().limits;
 }
 
+CountedTimedWaits::CountedTimedWaits() {
+    const std::lock_guard<std::mutex> lock(hold().mutex);
+    before_ = hold().begun;
+}
+
+void CountedTimedWaits::awaitCalls(std::size_t waits) const {
+    std::unique_lock<std::mutex> lock(hold().mutex);
+    hold().changed.wait(lock, [&] { return hold().begun - before_ >= waits; });
+}
+
 std::size_t threadsNamed(const std::string& name) {
     std::size_t count = 0;
     std::error_code error;
@@ -143,6 +181,17 @@ std::string osThreadName() {
     std::array<char, 16> name{};
     pthread_getname_np(pthread_self(), name.data(), name.size());
     return name.data();
+}
+
+bool awaitThreadsAtRest() {
+    const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(10);
+    while (threadsInAll() > threadsAtStart + realWaits) {
+        if (std::chrono::steady_clock::now() > end) {
+            return false;
+        }
+        std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    }
+    return true;
 }
 
 bool awaitThreadsNamed(const std::string& name, std::size_t threads) {
@@ -204,8 +253,12 @@ int __wrap_pthread_cond_signal(pthread_cond_t* condition) {
 int __wrap_pthread_cond_timedwait(pthread_cond_t* condition, pthread_mutex_t* mutex,
                                   const timespec* deadline) {
     int result = 0;
-    return heldWait(mutex, *deadline, result) ? result
-                                              : __real_pthread_cond_timedwait(condition, mutex, deadline);
+    if (!heldWait(mutex, *deadline, result)) {
+        ++realWaits;
+        result = __real_pthread_cond_timedwait(condition, mutex, deadline);
+        --realWaits;
+    }
+    return result;
 }
 
 int __wrap_nanosleep(const timespec* span, timespec* remainder) {

@@ -33,7 +33,8 @@ private:
 };
 
 /// While it lives, timed waits on conditions don't end by themselves, nor by a signal: the test ends them. At
-/// its end they all wake as if without cause. One at a time.
+/// its end they all wake as if without cause. A malformed deadline is refused with EINVAL, as the system
+/// does. One at a time.
 class HeldTimedWaits {
 public:
     HeldTimedWaits();
@@ -53,10 +54,25 @@ public:
     std::vector<long> limitsInSeconds() const;
 };
 
+/// Counts the timed waits that begin while it lives, and lets them be.
+class CountedTimedWaits {
+public:
+    CountedTimedWaits();
+
+    /// Returns when so many waits have begun. Whoever then takes their mutex finds them waiting.
+    void awaitCalls(std::size_t waits) const;
+
+private:
+    std::size_t before_;
+};
+
 /// How many threads of this process the system knows under that name (at most 15 characters).
 std::size_t threadsNamed(const std::string& name);
 /// The name of the calling thread, as the system knows it.
 std::string osThreadName();
+/// Returns when every thread that came since the start has ended or is in a timed wait; false when that takes
+/// longer than 10 seconds.
+bool awaitThreadsAtRest();
 /// Returns when there are so many threads of that name; false when that takes longer than 10 seconds.
 bool awaitThreadsNamed(const std::string& name, std::size_t threads);
 

@@ -35,6 +35,11 @@ std::string read(const SecureString& secret) {
     return {reader.c_str(), reader.getBufSize()};
 }
 
+// Wiped at its end: a later test looks for it in memory.
+struct Key : ByteBlob {
+    Key() : ByteBlob(internal::SECURE_STRING_KEY_SIZE) { internal::bWV0aG9k(data); }
+};
+
 SecureString secretOf(const std::string& text) {
     return SecureString(text);
 }
@@ -85,13 +90,12 @@ TEST(SecureStringTest, TheEncryptedValueIsTheInitialisationVectorAndThePaddedCip
 
 TEST(SecureStringTest, TheCipherIsAes256InCbcMode) {
     const Bytes value = secretOf("a text that takes more than one block").getEncryptedValue();
-    unsigned char key[internal::SECURE_STRING_KEY_SIZE];
-    internal::bWV0aG9k(key);
+    const Key key;
     Bytes text(value.size());
     int written = 0;
     int last = 0;
     EVP_CIPHER_CTX* const context = EVP_CIPHER_CTX_new();
-    EXPECT_EQ(1, EVP_DecryptInit_ex(context, EVP_aes_256_cbc(), nullptr, key, value.data()));
+    EXPECT_EQ(1, EVP_DecryptInit_ex(context, EVP_aes_256_cbc(), nullptr, key.data, value.data()));
     EXPECT_EQ(1, EVP_DecryptUpdate(context, text.data(), &written, value.data() + 16,
                                    static_cast<int>(value.size()) - 16));
     EXPECT_EQ(1, EVP_DecryptFinal_ex(context, text.data() + written, &last));
@@ -291,26 +295,23 @@ TEST(SecureStringTest, AFailingRandomSourceLeavesTheFillerAsInitialisationVector
 }
 
 TEST(SecureStringTest, TheKeyDoesNotStandInTheBinary) {
-    unsigned char key[internal::SECURE_STRING_KEY_SIZE];
-    internal::bWV0aG9k(key);
+    const Key key;
     std::ifstream file("/proc/self/exe", std::ios::binary);
     const std::string binary{std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
     ASSERT_GT(binary.size(), 100'000U);
     constexpr std::size_t PART = 8;
-    for (std::size_t at = 0; at < sizeof(key); at += PART) {
-        const std::boyer_moore_searcher part(key + at, key + at + PART);
+    for (std::size_t at = 0; at < key.size; at += PART) {
+        const std::boyer_moore_searcher part(key.data + at, key.data + at + PART);
         const auto* const begin = reinterpret_cast<const unsigned char*>(binary.data());
         EXPECT_EQ(begin + binary.size(), std::search(begin, begin + binary.size(), part)) << at;
     }
 }
 
 TEST(SecureStringTest, TheKeyIsTheSameEachTime) {
-    unsigned char first[internal::SECURE_STRING_KEY_SIZE];
-    unsigned char second[internal::SECURE_STRING_KEY_SIZE];
-    internal::bWV0aG9k(first);
-    internal::bWV0aG9k(second);
-    EXPECT_TRUE(std::equal(std::begin(first), std::end(first), std::begin(second)));
-    EXPECT_GT(std::set<unsigned char>(std::begin(first), std::end(first)).size(), 16U);
+    const Key first;
+    const Key second;
+    EXPECT_TRUE(std::equal(first.data, first.data + first.size, second.data));
+    EXPECT_GT(std::set<unsigned char>(first.data, first.data + first.size).size(), 16U);
 }
 
 TEST(SecureStringTest, OneValueIsReadByManyThreads) {
@@ -376,6 +377,30 @@ TEST_F(SecureStringInMemoryTest, ASecretIsInClearOnceWhileItIsReadAndNoMoreAfter
         held.getUnsecureString(reader);
         EXPECT_EQ(1U, countInOwnMemory(secret_));
     }
+    EXPECT_EQ(0U, countInOwnMemory(secret_));
+}
+
+// The other secret: with the key, all texts are in clear.
+TEST_F(SecureStringInMemoryTest, TheKeyIsNowhereInClearButWhileItIsUsed) {
+    Key clear;
+    const PlantedSecret key(clear.data, clear.size);
+    EXPECT_EQ(1U, countInOwnMemory(key));
+    clear.destroyData();
+    const SecureString held = planted();
+    EXPECT_TRUE(isPlanted(held));
+    EXPECT_EQ(0U, countInOwnMemory(key));
+}
+
+TEST_F(SecureStringInMemoryTest, AFailedDecryptionLeavesNothingInClear) {
+    constexpr std::size_t BLOCK = 16;
+    std::string text(secret_.size() + BLOCK, 'x');
+    secret_.copyTo(text.data());
+    Bytes value = SecureString(text).getEncryptedValue();
+    SecureStringUtils::ZEBZeroString(text);
+    value.resize(value.size() - BLOCK);  // without the padding: refused at the very end, behind the secret
+    SecureStringReader reader;
+    SecureString(value).getUnsecureString(reader);
+    EXPECT_EQ(0U, reader.getBufSize());
     EXPECT_EQ(0U, countInOwnMemory(secret_));
 }
 

@@ -1,5 +1,6 @@
 #include "core/StringExtension.h"
 
+#include <algorithm>
 #include <string>
 #include <vector>
 
@@ -51,6 +52,20 @@ TEST(StringExtensionTest, TheLongestPieceComesFirstAndEqualLengthsKeepTheirOrder
 TEST(StringExtensionTest, TheShortestPieceComesFirstAndEqualLengthsKeepTheirOrder) {
     EXPECT_THAT(StringExtension::splitAndSortByLength("bb,a,cc,dddd,,ee", ",", false),
                 ElementsAre("", "a", "bb", "cc", "ee", "dddd"));
+}
+
+// Enough of them that a sort which isn't stable would mix them up.
+TEST(StringExtensionTest, ManyPiecesOfEqualLengthKeepTheirOrder) {
+    std::vector<std::string> expected;
+    std::string text = "long";
+    for (int number = 100; number < 300; ++number) {
+        expected.push_back(std::to_string(number));
+        text += "," + expected.back();
+    }
+    expected.insert(expected.begin(), "long");
+    EXPECT_EQ(expected, StringExtension::splitAndSortByLength(text, ",", true));
+    std::rotate(expected.begin(), expected.begin() + 1, expected.end());
+    EXPECT_EQ(expected, StringExtension::splitAndSortByLength(text, ",", false));
 }
 
 TEST(StringExtensionTest, ThePathExtensionIsTheTextBehindTheLastDot) {

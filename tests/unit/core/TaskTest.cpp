@@ -2,13 +2,38 @@
 #include "core/Event.h"
 #include "core/Task.h"
 
+#include <cstddef>
 #include <memory>
 #include <string>
 #include <thread>
+#include <typeinfo>
 
 #include <gmock/gmock.h>
 
 namespace zeb::test {
+
+namespace {
+
+thread_local bool demanglingFails = false;
+
+}  // namespace
+
+// The linker prescribes these names.
+// NOLINTBEGIN(bugprone-reserved-identifier,cert-dcl37-c,cert-dcl51-cpp)
+extern "C" {
+
+char* __real___cxa_demangle(const char* name, char* buffer, std::size_t* length, int* status);
+
+char* __wrap___cxa_demangle(const char* name, char* buffer, std::size_t* length, int* status) {
+    if (!demanglingFails) {
+        return __real___cxa_demangle(name, buffer, length, status);
+    }
+    *status = -1;  // no memory
+    return nullptr;
+}
+
+}  // extern "C"
+// NOLINTEND(bugprone-reserved-identifier,cert-dcl37-c,cert-dcl51-cpp)
 
 /// Not in the anonymous namespace: its name is looked at.
 class PlainTask : public Task {
@@ -27,6 +52,13 @@ public:
 TEST(TaskTest, ItsNameIsThatOfItsDynamicType) {
     const std::shared_ptr<Task> task = std::make_shared<PlainTask>();
     EXPECT_EQ("zeb::test::PlainTask", task->name());
+}
+
+TEST(TaskTest, ItsNameIsTheRawOneOfItsTypeWhenThatCannotBeDemangled) {
+    demanglingFails = true;
+    const std::string name = PlainTask().name();
+    demanglingFails = false;
+    EXPECT_EQ(typeid(PlainTask).name(), name);
 }
 
 TEST(TaskTest, ADerivedTaskMayNameItself) {

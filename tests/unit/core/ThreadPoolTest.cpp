@@ -92,36 +92,42 @@ private:
     std::vector<std::string> names_;
 };
 
-TEST(ThreadPoolTest, AMinimumOfZeroStartsNoThread) {
+class ThreadPoolTest : public testing::Test {
+protected:
+    /// A pool doesn't wait for its threads: one of them could still begin a wait, and the next test hold it.
+    ~ThreadPoolTest() override { EXPECT_TRUE(awaitThreadsAtRest()); }
+};
+
+TEST_F(ThreadPoolTest, AMinimumOfZeroStartsNoThread) {
     ThreadPool pool(0, 10, "MinZero", IDLE_SECONDS);
     EXPECT_EQ(0u, threadsNamed("MinZero"));
     EXPECT_EQ(0u, pool.queueSize());
 }
 
-TEST(ThreadPoolTest, TheFirstEnqueueCreatesAThread) {
+TEST_F(ThreadPoolTest, TheFirstEnqueueCreatesAThread) {
     ThreadPool pool(0, 10, "FirstOne", IDLE_SECONDS);
     pool.enqueue(task([] {}), true, false);
     EXPECT_TRUE(awaitThreadsNamed("FirstOne", 1));
 }
 
-TEST(ThreadPoolTest, TheMinimumOfThreadsIsStartedAtOnce) {
+TEST_F(ThreadPoolTest, TheMinimumOfThreadsIsStartedAtOnce) {
     const ThreadPool pool(3, 5, "MinThree", IDLE_SECONDS);
     EXPECT_TRUE(awaitThreadsNamed("MinThree", 3));
 }
 
-TEST(ThreadPoolTest, AMinimumAboveTheMaximumStartsTheMaximum) {
+TEST_F(ThreadPoolTest, AMinimumAboveTheMaximumStartsTheMaximum) {
     HeldTimedWaits held;
     const ThreadPool pool(5, 2, "MinAbove", IDLE_SECONDS);
     held.awaitWaiting(2);
     EXPECT_EQ(2u, threadsNamed("MinAbove"));
 }
 
-TEST(ThreadPoolTest, IdleThreadsOfAnUnnamedPoolAreCalledPoolThread) {
+TEST_F(ThreadPoolTest, IdleThreadsOfAnUnnamedPoolAreCalledPoolThread) {
     const ThreadPool pool(2, 2, IDLE_SECONDS);
     EXPECT_TRUE(awaitThreadsNamed("PoolThread", 2));
 }
 
-TEST(ThreadPoolTest, AThreadShowsTheNameOfItsTaskAndTheNameOfThePoolAfterwards) {
+TEST_F(ThreadPoolTest, AThreadShowsTheNameOfItsTaskAndTheNameOfThePoolAfterwards) {
     ThreadPool pool(1, 1, "Naming", IDLE_SECONDS);
     std::string during;
     pool.enqueue(task([&] { during = osThreadName(); }, "Crunching"), true, false);
@@ -139,7 +145,7 @@ TEST(ThreadPoolTest, AThreadShowsTheNameOfItsTaskAndTheNameOfThePoolAfterwards) 
     EXPECT_TRUE(awaitThreadsNamed("Naming", 1));
 }
 
-TEST(ThreadPoolTest, ABlockingEnqueueReturnsOnlyAfterTheTaskHasRun) {
+TEST_F(ThreadPoolTest, ABlockingEnqueueReturnsOnlyAfterTheTaskHasRun) {
     ThreadPool pool(0, 1, "Blocking", IDLE_SECONDS);
     Occupied occupied(pool);
     std::atomic<bool> ran{false};
@@ -156,7 +162,7 @@ TEST(ThreadPoolTest, ABlockingEnqueueReturnsOnlyAfterTheTaskHasRun) {
     caller.join();
 }
 
-TEST(ThreadPoolTest, WhileAllAreBusyEachTaskGetsAThreadOfItsOwn) {
+TEST_F(ThreadPoolTest, WhileAllAreBusyEachTaskGetsAThreadOfItsOwn) {
     ThreadPool pool(0, 10, "Growing", IDLE_SECONDS);
     std::vector<std::unique_ptr<Occupied>> tasks;
     for (std::size_t i = 1; i <= 10; ++i) {
@@ -165,7 +171,7 @@ TEST(ThreadPoolTest, WhileAllAreBusyEachTaskGetsAThreadOfItsOwn) {
     }
 }
 
-TEST(ThreadPoolTest, AnEleventhSimultaneousLongTaskOnADefaultPoolWaitsInTheQueue) {
+TEST_F(ThreadPoolTest, AnEleventhSimultaneousLongTaskOnADefaultPoolWaitsInTheQueue) {
     ThreadPool pool(0, 10, "AsyncHttpReq", IDLE_SECONDS);
     std::vector<std::unique_ptr<Occupied>> tasks;
     for (int i = 0; i < 10; ++i) {
@@ -181,7 +187,7 @@ TEST(ThreadPoolTest, AnEleventhSimultaneousLongTaskOnADefaultPoolWaitsInTheQueue
     EXPECT_EQ(0u, pool.queueSize());
 }
 
-TEST(ThreadPoolTest, ASecondEnqueueBeforeTheFirstTaskHasStartedOnlySignals) {
+TEST_F(ThreadPoolTest, ASecondEnqueueBeforeTheFirstTaskHasStartedOnlySignals) {
     HeldTimedWaits held;
     ThreadPool pool(1, 10, "OneIdle", IDLE_SECONDS);
     held.awaitWaiting(1);
@@ -202,7 +208,7 @@ TEST(ThreadPoolTest, ASecondEnqueueBeforeTheFirstTaskHasStartedOnlySignals) {
     EXPECT_TRUE(awaitThreadsNamed("OneIdle", 1));
 }
 
-TEST(ThreadPoolTest, TasksOfOneQueueRunInTheirOrder) {
+TEST_F(ThreadPoolTest, TasksOfOneQueueRunInTheirOrder) {
     ThreadPool pool(1, 1, "Fifo", IDLE_SECONDS);
     Record record;
     Occupied occupied(pool);
@@ -214,7 +220,7 @@ TEST(ThreadPoolTest, TasksOfOneQueueRunInTheirOrder) {
     EXPECT_THAT(record.names(), testing::ElementsAre("0", "1", "2", "3", "4"));
 }
 
-TEST(ThreadPoolTest, APriorityTaskAfterTenNormalOnesRunsBeforeThem) {
+TEST_F(ThreadPoolTest, APriorityTaskAfterTenNormalOnesRunsBeforeThem) {
     ThreadPool pool(1, 1, "Priority", IDLE_SECONDS);
     Record record;
     Occupied occupied(pool);
@@ -232,7 +238,7 @@ TEST(ThreadPoolTest, APriorityTaskAfterTenNormalOnesRunsBeforeThem) {
     EXPECT_EQ(expected, record.names());
 }
 
-TEST(ThreadPoolTest, ABlockingPriorityTaskOvertakesTheNormalOnes) {
+TEST_F(ThreadPoolTest, ABlockingPriorityTaskOvertakesTheNormalOnes) {
     ThreadPool pool(1, 1, "Both", IDLE_SECONDS);
     Record record;
     Occupied occupied(pool);
@@ -247,7 +253,7 @@ TEST(ThreadPoolTest, ABlockingPriorityTaskOvertakesTheNormalOnes) {
     EXPECT_THAT(record.names(), testing::ElementsAre("urgent", "normal"));
 }
 
-TEST(ThreadPoolTest, ANullTaskIsIgnored) {
+TEST_F(ThreadPoolTest, ANullTaskIsIgnored) {
     ThreadPool pool(0, 1, "NullTask", IDLE_SECONDS);
     pool.enqueue(nullptr, false, false);
     pool.enqueue(nullptr, true, true);
@@ -255,7 +261,7 @@ TEST(ThreadPoolTest, ANullTaskIsIgnored) {
     EXPECT_EQ(0u, threadsNamed("NullTask"));
 }
 
-TEST(ThreadPoolTest, APoolOfNoThreadsKeepsItsTasksQueued) {
+TEST_F(ThreadPoolTest, APoolOfNoThreadsKeepsItsTasksQueued) {
     ThreadPool pool(1, 0, "NoThreads", IDLE_SECONDS);
     const auto waiting = task([] { ADD_FAILURE(); });
     pool.enqueue(waiting, false, false);
@@ -264,7 +270,7 @@ TEST(ThreadPoolTest, APoolOfNoThreadsKeepsItsTasksQueued) {
     EXPECT_EQ(0u, threadsNamed("NoThreads"));
 }
 
-TEST(ThreadPoolTest, ClearQueueRemovesWaitingTasksFromBothQueuesAndLeavesTheRunningOne) {
+TEST_F(ThreadPoolTest, ClearQueueRemovesWaitingTasksFromBothQueuesAndLeavesTheRunningOne) {
     ThreadPool pool(1, 1, "Clearing", IDLE_SECONDS);
     Occupied occupied(pool);
     auto normal = task([] { ADD_FAILURE(); });
@@ -283,7 +289,7 @@ TEST(ThreadPoolTest, ClearQueueRemovesWaitingTasksFromBothQueuesAndLeavesTheRunn
     pool.enqueue(task([] {}), true, false);
 }
 
-TEST(ThreadPoolTest, ATaskMayCallThePoolWhenItIsDroppedFromTheQueue) {
+TEST_F(ThreadPoolTest, ATaskMayCallThePoolWhenItIsDroppedFromTheQueue) {
     ThreadPool pool(0, 0, "Dropping", IDLE_SECONDS);
     auto observer = std::shared_ptr<void>(nullptr, [&pool](void*) { EXPECT_EQ(0u, pool.queueSize()); });
     enqueue(pool, [observer] {});
@@ -291,14 +297,14 @@ TEST(ThreadPoolTest, ATaskMayCallThePoolWhenItIsDroppedFromTheQueue) {
     pool.clearQueue();
 }
 
-TEST(ThreadPoolTest, ATaskMayEnqueueOnItsOwnPool) {
+TEST_F(ThreadPoolTest, ATaskMayEnqueueOnItsOwnPool) {
     ThreadPool pool(0, 2, "Nested", IDLE_SECONDS);
     Event inner(false);
     pool.enqueue(task([&] { pool.enqueue(task([&] { inner.set(); }), true, false); }), true, false);
     EXPECT_TRUE(inner.timedWait(0));
 }
 
-TEST(ThreadPoolTest, AThreadDropsItsTaskWhenItHasRun) {
+TEST_F(ThreadPoolTest, AThreadDropsItsTaskWhenItHasRun) {
     ThreadPool pool(0, 1, "Releasing", IDLE_SECONDS);
     auto once = task([] {});
     const std::weak_ptr<Task> left = once;
@@ -307,7 +313,7 @@ TEST(ThreadPoolTest, AThreadDropsItsTaskWhenItHasRun) {
     EXPECT_TRUE(left.expired());
 }
 
-TEST(ThreadPoolTest, AfterSixtyIdleSecondsADefaultPoolIsBackToNoThreads) {
+TEST_F(ThreadPoolTest, AfterSixtyIdleSecondsADefaultPoolIsBackToNoThreads) {
     HeldTimedWaits held;
     ThreadPool pool(0, 10, "DefaultIdle", 60);
     std::vector<std::unique_ptr<Occupied>> tasks;
@@ -325,19 +331,25 @@ TEST(ThreadPoolTest, AfterSixtyIdleSecondsADefaultPoolIsBackToNoThreads) {
     EXPECT_TRUE(ran.wait()) << "a new thread is made for the next task";
 }
 
-TEST(ThreadPoolTest, IdleThreadsAboveTheMinimumEndAfterTheirTimeInReality) {
-    ThreadPool pool(1, 4, "ShortIdle", 1);
+TEST_F(ThreadPoolTest, IdleThreadsAboveTheMinimumEndAfterTheirTimeAndTheMinimumStays) {
+    auto pool = std::make_unique<ThreadPool>(1, 4, "AboveMin", IDLE_SECONDS);
     std::vector<std::unique_ptr<Occupied>> tasks;
     for (int i = 0; i < 3; ++i) {
-        tasks.push_back(std::make_unique<Occupied>(pool));
+        tasks.push_back(std::make_unique<Occupied>(*pool));
     }
+    HeldTimedWaits held;
     tasks.clear();
-    EXPECT_TRUE(awaitThreadsNamed("ShortIdle", 3));
-    EXPECT_TRUE(awaitThreadsNamed("ShortIdle", 1));
-    pool.enqueue(task([] {}), true, false);
+    held.awaitWaiting(3);
+    held.expire();
+    EXPECT_TRUE(awaitThreadsNamed("AboveMin", 1));
+    held.awaitCalls(4);
+    held.expire();
+    held.awaitCalls(5);
+    EXPECT_EQ(1u, threadsNamed("AboveMin"));
+    pool.reset();
 }
 
-TEST(ThreadPoolTest, AThreadOfTheMinimumWaitsAgainAfterItsTime) {
+TEST_F(ThreadPoolTest, AThreadOfTheMinimumWaitsAgainAfterItsTime) {
     HeldTimedWaits held;
     ThreadPool pool(1, 1, "Staying", IDLE_SECONDS);
     for (std::size_t i = 1; i <= 3; ++i) {
@@ -348,7 +360,7 @@ TEST(ThreadPoolTest, AThreadOfTheMinimumWaitsAgainAfterItsTime) {
     EXPECT_EQ(1u, threadsNamed("Staying"));
 }
 
-TEST(ThreadPoolTest, ATaskThatArrivesAsTheLastThreadGivesUpWaitsForTheNextEnqueue) {
+TEST_F(ThreadPoolTest, ATaskThatArrivesAsTheLastThreadGivesUpWaitsForTheNextEnqueue) {
     HeldTimedWaits held;
     ThreadPool pool(0, 1, "GivingUp", IDLE_SECONDS);
     enqueue(pool, [] {});
@@ -363,7 +375,7 @@ TEST(ThreadPoolTest, ATaskThatArrivesAsTheLastThreadGivesUpWaitsForTheNextEnqueu
     EXPECT_THAT(record.names(), testing::ElementsAre("stranded", "next"));
 }
 
-TEST(ThreadPoolTest, ATaskThatArrivesAsAMinimumThreadTimesOutRunsInItsNextPass) {
+TEST_F(ThreadPoolTest, ATaskThatArrivesAsAMinimumThreadTimesOutRunsInItsNextPass) {
     HeldTimedWaits held;
     ThreadPool pool(1, 1, "NextPass", IDLE_SECONDS);
     held.awaitWaiting(1);
@@ -373,7 +385,7 @@ TEST(ThreadPoolTest, ATaskThatArrivesAsAMinimumThreadTimesOutRunsInItsNextPass) 
     EXPECT_TRUE(ran.wait());
 }
 
-TEST(ThreadPoolTest, ALostWakeUpIsMadeGoodWhenTheIdleTimeEnds) {
+TEST_F(ThreadPoolTest, ALostWakeUpIsMadeGoodWhenTheIdleTimeEnds) {
     HeldTimedWaits held;
     ThreadPool pool(1, 1, "LostWake", IDLE_SECONDS);
     held.awaitWaiting(1);
@@ -387,7 +399,7 @@ TEST(ThreadPoolTest, ALostWakeUpIsMadeGoodWhenTheIdleTimeEnds) {
     EXPECT_TRUE(ran.wait());
 }
 
-TEST(ThreadPoolTest, AThreadThatCouldNotBeMadeCountsForEver) {
+TEST_F(ThreadPoolTest, AThreadThatCouldNotBeMadeCountsForEver) {
 #ifdef __SANITIZE_ADDRESS__
     __lsan_disable();  // the worker waits for ever for the thread that never was
 #endif
@@ -407,7 +419,7 @@ TEST(ThreadPoolTest, AThreadThatCouldNotBeMadeCountsForEver) {
 #endif
 }
 
-TEST(ThreadPoolTest, ADestroyedPoolDropsItsWaitingTasksUnrun) {
+TEST_F(ThreadPoolTest, ADestroyedPoolDropsItsWaitingTasksUnrun) {
     std::weak_ptr<Task> normalLeft;
     std::weak_ptr<Task> priorityLeft;
     std::unique_ptr<Occupied> occupied;
@@ -428,7 +440,7 @@ TEST(ThreadPoolTest, ADestroyedPoolDropsItsWaitingTasksUnrun) {
     EXPECT_TRUE(awaitThreadsNamed("Function", 0));
 }
 
-TEST(ThreadPoolTest, ADestroyedPoolDoesNotWaitForARunningTaskWhichEndsOnItsOwn) {
+TEST_F(ThreadPoolTest, ADestroyedPoolDoesNotWaitForARunningTaskWhichEndsOnItsOwn) {
     auto pool = std::make_unique<ThreadPool>(0, 2, "Outlived", IDLE_SECONDS);
     Occupied first(*pool);
     Occupied second(*pool);
@@ -443,15 +455,18 @@ TEST(ThreadPoolTest, ADestroyedPoolDoesNotWaitForARunningTaskWhichEndsOnItsOwn) 
     EXPECT_TRUE(awaitThreadsNamed("Outlived", 0));
 }
 
-TEST(ThreadPoolTest, TheIdleThreadsOfADestroyedPoolEndAtOnce) {
-    auto pool = std::make_unique<ThreadPool>(3, 3, "EndIdle", 1);
-    EXPECT_TRUE(awaitThreadsNamed("EndIdle", 3));
+TEST_F(ThreadPoolTest, TheIdleThreadsOfADestroyedPoolEndAtOnceAndNotAfterTheirIdleTime) {
+    const CountedTimedWaits waits;
+    auto pool = std::make_unique<ThreadPool>(3, 3, "EndIdle", IDLE_SECONDS);
+    waits.awaitCalls(3);
+    pool->queueSize();  // takes the mutex that they have released by waiting
+    EXPECT_EQ(3u, threadsNamed("EndIdle"));
     pool.reset();
     EXPECT_TRUE(awaitThreadsNamed("EndIdle", 0));
 }
 
-TEST(ThreadPoolTest, ATaskMayDestroyItsOwnPool) {
-    auto pool = std::make_shared<ThreadPool>(0, 2, "Suicide", IDLE_SECONDS);
+TEST_F(ThreadPoolTest, ATaskMayDestroyItsOwnPool) {
+    auto pool = std::make_shared<ThreadPool>(0, 2, "Own", IDLE_SECONDS);
     const std::weak_ptr<ThreadPool> left = pool;
     Event ran(false);
     Event go(false);
@@ -467,7 +482,7 @@ TEST(ThreadPoolTest, ATaskMayDestroyItsOwnPool) {
     EXPECT_TRUE(awaitThreadsNamed("Function", 0));
 }
 
-TEST(ThreadPoolTest, APoolThatNeverHadAThreadCanBeDestroyed) {
+TEST_F(ThreadPoolTest, APoolThatNeverHadAThreadCanBeDestroyed) {
     { const ThreadPool unused(0, 4, "Unused", IDLE_SECONDS); }
     ThreadPool pool(0, 0, IDLE_SECONDS);
     enqueue(pool, [] { ADD_FAILURE(); });
@@ -502,7 +517,7 @@ TEST(ThreadPoolDeathTest, ATaskThatThrowsEndsTheProcess) {
         "");
 }
 
-TEST(ThreadPoolTest, TensOfThousandsOfTasksFromManyThreadsAllRunOnce) {
+TEST_F(ThreadPoolTest, TensOfThousandsOfTasksFromManyThreadsAllRunOnce) {
     constexpr int ENQUEUERS = 4;
     constexpr int TASKS = 10000;
     std::atomic<int> left{ENQUEUERS * TASKS};
@@ -533,7 +548,7 @@ TEST(ThreadPoolTest, TensOfThousandsOfTasksFromManyThreadsAllRunOnce) {
     }
 }
 
-TEST(ThreadPoolTest, PoolsComeAndGoWhileTheirTasksRun) {
+TEST_F(ThreadPoolTest, PoolsComeAndGoWhileTheirTasksRun) {
     auto ran = std::make_shared<std::atomic<int>>(0);
     for (int i = 0; i < 200; ++i) {
         ThreadPool pool(static_cast<unsigned>(i % 3), 4, "Passing", 1);

@@ -137,6 +137,11 @@ TEST(HttpUtilsHostTest, OfABareIpv6AddressLosesACharacterToABracketElsewhereInTh
     EXPECT_EQ("001:db8::1", HttpUtils::extractHostFromHttpUrl("https://2001:db8::1/x[1]"));
 }
 
+TEST(HttpUtilsHostTest, OfABracketedAddressLosesOneCharacterWhereverTheBracketStands) {
+    EXPECT_EQ("[::1", HttpUtils::extractHostFromHttpUrl("https://x[::1]y/"));
+    EXPECT_EQ("::1", HttpUtils::extractHostFromHttpUrl("https://[::1]]/"));
+}
+
 TEST(HttpUtilsHostTest, OfABracketThatHoldsNoIpv6AddressIsCutLikeAName) {
     EXPECT_EQ("[2001", HttpUtils::extractHostFromHttpUrl("https://[2001:db8::g]/x"));
     EXPECT_EQ("[", HttpUtils::extractHostFromHttpUrl("https://["));
@@ -177,6 +182,14 @@ TEST(HttpUtilsHostTest, OfALongNameIsFoundWithTheAllocationOfTheResultAlone) {
     const std::string host = HttpUtils::extractHostFromHttpUrl(url);
     EXPECT_EQ(1U, allocations.count());
     EXPECT_EQ("phone.region.example.test", host);
+}
+
+TEST(HttpUtilsHostTest, OfAnIpv6AddressIsFoundWithTheAllocationOfTheResultAlone) {
+    const std::string url = urlOf100Bytes("[2001:db8:1111:2222:3333:4444:5555:6666]");
+    const AllocationCounter allocations;
+    const std::string host = HttpUtils::extractHostFromHttpUrl(url);
+    EXPECT_EQ(1U, allocations.count());
+    EXPECT_EQ("2001:db8:1111:2222:3333:4444:5555:6666", host);
 }
 
 TEST(HttpUtilsHostTest, MadeOfHexadecimalDigitsBeforeAPortIsFoundWithoutAnyAllocation) {
@@ -316,6 +329,7 @@ TEST(HttpUtilsPortTest, OfABracketedIpv6AddressStandsBehindTheBracket) {
     EXPECT_EQ(0U, HttpUtils::extractPortFromHttpUrl("https://[2001:db8::1]"));
     EXPECT_EQ(0U, HttpUtils::extractPortFromHttpUrl("https://[2001:db8::1]/x:9"));
     EXPECT_EQ(0U, HttpUtils::extractPortFromHttpUrl("https://[2001:db8::1]:"));
+    EXPECT_EQ(8443U, HttpUtils::extractPortFromHttpUrl("x]://[2001:db8::1]:8443/x"));
 }
 
 TEST(HttpUtilsPortTest, OfABareIpv6AddressIsZero) {
@@ -423,6 +437,7 @@ TEST(HttpUtilsIpv6CheckTest, FailsForNamesAndIpv4Addresses) {
 
 TEST(HttpUtilsIpv6CheckTest, LooksInsideTheBracketsAlone) {
     EXPECT_TRUE(HttpUtils::checkUrlForIpV6("https://x[::1]y/"));
+    EXPECT_TRUE(HttpUtils::checkUrlForIpV6("https://[::1]]/"));
     EXPECT_FALSE(HttpUtils::checkUrlForIpV6("https://[]/"));
     EXPECT_FALSE(HttpUtils::checkUrlForIpV6("https://[::1/"));
     EXPECT_FALSE(HttpUtils::checkUrlForIpV6("https://::1]/"));
@@ -462,6 +477,15 @@ TEST(HttpUtilsDomainTest, IsTheHostBehindItsFirstDot) {
     EXPECT_EQ("example.com", HttpUtils::extractFullDomainFromHttpUrl("https://srv.example.com:8443"));
     EXPECT_EQ("9.X", HttpUtils::extractFullDomainFromHttpUrl("srv.9.X"));
     EXPECT_EQ("com", HttpUtils::extractFullDomainFromHttpUrl(".com"));
+}
+
+TEST(HttpUtilsDomainTest, NeedsALetterOfTheAlphabetAndNoOtherCharacterWillDo) {
+    for (const char* letter : {"a", "z", "A", "Z"}) {
+        EXPECT_EQ(letter, HttpUtils::extractFullDomainFromHttpUrl(std::string("srv.") + letter));
+    }
+    for (const char* neighbour : {"@", "[", "`", "{", "0", "9", "-", "\xE1"}) {
+        EXPECT_EQ("", HttpUtils::extractFullDomainFromHttpUrl(std::string("srv.") + neighbour));
+    }
 }
 
 TEST(HttpUtilsDomainTest, IsEmptyAndSaidSoForAHostWithoutADot) {
@@ -513,6 +537,7 @@ TEST(HttpUtilsProxyTest, SkipsAnEntryWithTheUrlOfAnotherScheme) {
     EXPECT_EQ("", HttpUtils::getProxyFromList("http", {"http=socks://proxy:1080"}));
     EXPECT_EQ("", HttpUtils::getProxyFromList("http", {"://proxy"}));
     EXPECT_EQ("http://b", HttpUtils::getProxyFromList("http", {"https://a", "http://b"}));
+    EXPECT_EQ("http://a/https://b", HttpUtils::getProxyFromList("http", {"http://a/https://b"}));
 }
 
 TEST(HttpUtilsProxyTest, CutsTheKeyAndKeepsTheScheme) {
@@ -543,6 +568,11 @@ TEST(HttpUtilsHostileTest, ANulIsAByteLikeAnyOther) {
     EXPECT_EQ(0U, HttpUtils::extractPortFromHttpUrl("https://a:\0008443/"s));
     EXPECT_FALSE(HttpUtils::checkUrlForIpV6("https://[::1\0]/"s));
     EXPECT_FALSE(HttpUtils::checkUrlForIpV6("https://[::1%1\0]/"s));
+    EXPECT_EQ("a\0b"s, HttpUtils::extractFqdnFromStr("https://a\0b:1/c"s));
+    EXPECT_EQ("b\0"s, HttpUtils::extractFilenameFromHttpUrl("https://a\0/b\0"s));
+    EXPECT_EQ("https://a\0"s, HttpUtils::extractBaseUrlFromHttpUrl("https://a\0/b"s));
+    EXPECT_EQ("b\0c"s, HttpUtils::extractFullDomainFromHttpUrl("a\0.b\0c"s));
+    EXPECT_EQ("p\0q"s, HttpUtils::getProxyFromList("http", {"http\0=a"s, "http=p\0q"s}));
 }
 
 TEST(HttpUtilsHostileTest, BytesAbove127DelimitNothing) {
@@ -581,6 +611,12 @@ TEST(HttpUtilsHostileTest, TenMegabytesOfOneByteAreTakenWithNoMoreThanTheResultA
         EXPECT_EQ(0U, HttpUtils::extractPortFromHttpUrl(url));
         EXPECT_FALSE(HttpUtils::checkUrlForIpV6(url));
     }
+}
+
+TEST(HttpUtilsHostileTest, AProxyOfTenMegabytesIsFoundBehindEntriesOfThatLengthThatDoNotServe) {
+    const std::string proxy(TEN_MEGABYTES, 'p');
+    EXPECT_EQ(proxy, HttpUtils::getProxyFromList("http", {proxy + "=a", proxy + "://a", "http=" + proxy}));
+    EXPECT_EQ(proxy, HttpUtils::getProxyFromList(proxy, {"http=a", proxy + "=" + proxy}));
 }
 
 TEST(HttpUtilsHostileTest, TenMegabytesAreEncodedIntoOneAllocation) {

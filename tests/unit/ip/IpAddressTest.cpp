@@ -4,6 +4,10 @@
 #include "support/LogCapture.h"
 #include "zeblogger/ZEBLogger.h"
 
+#include <arpa/inet.h>
+#include <atomic>
+#include <cstddef>
+#include <dlfcn.h>
 #include <sstream>
 #include <string>
 #include <thread>
@@ -11,6 +15,20 @@
 #include <vector>
 
 #include <gmock/gmock.h>
+
+namespace {
+
+std::atomic<std::size_t> readTexts{0};
+
+}  // namespace
+
+/// Stands in front of the system's in this executable, and counts.
+extern "C" int inet_pton(int family, const char* text, void* output) noexcept {
+    using Read = int (*)(int, const char*, void*);
+    static const auto real = reinterpret_cast<Read>(dlsym(RTLD_NEXT, "inet_pton"));
+    ++readTexts;
+    return real(family, text, output);
+}
 
 namespace zeb::ip::test {
 namespace {
@@ -96,6 +114,24 @@ TEST(IpAddressTest, GivesTheSameBytesEveryTime) {
     address.getBytes().clear();
     EXPECT_EQ(LOOPBACK_V6, address.getBytes());
     EXPECT_EQ(LOOPBACK_V6, address.getBytes());
+}
+
+TEST(IpAddressTest, ReadsItsTextOnlyForTheFirstBytesAndThenCopiesThem) {
+    const IpAddress address = IpAddress::createIpAddress("::1");
+    const std::size_t before = readTexts;
+    EXPECT_EQ(LOOPBACK_V6, address.getBytes());
+    const std::size_t first = readTexts;
+    EXPECT_GT(first, before);
+    EXPECT_EQ(LOOPBACK_V6, address.getBytes());
+    EXPECT_EQ(first, readTexts);
+}
+
+TEST(IpAddressTest, OfATextThatOnlyTheResolverReadsIsReadAnewEachTime) {
+    const LogCapture log;
+    const IpAddress address = IpAddress::createIpAddress("127.1");
+    address.getBytes();
+    address.getBytes();
+    EXPECT_EQ(2U, log.count("pton_retval: 0"));
 }
 
 TEST(IpAddressTest, HasNoBytesWhenEmptyAndLogsNothing) {

@@ -21,6 +21,7 @@
 namespace {
 
 CURLcode getInfoFailure = CURLE_OK;
+CURLINFO onlyFailing = CURLINFO_NONE;  ///< none: all of them
 
 }  // namespace
 
@@ -33,7 +34,8 @@ extern "C" CURLcode curl_easy_getinfo(CURL* handle, CURLINFO info, ...) {
     va_start(arguments, info);
     void* const output = va_arg(arguments, void*);
     va_end(arguments);
-    return getInfoFailure == CURLE_OK ? real(handle, info, output) : getInfoFailure;
+    const bool fails = getInfoFailure != CURLE_OK && (onlyFailing == CURLINFO_NONE || onlyFailing == info);
+    return fails ? getInfoFailure : real(handle, info, output);
 }
 
 namespace zeb::ip::test {
@@ -185,8 +187,22 @@ using CurlPtr = std::unique_ptr<CURL, CurlDeleter>;
 
 class IpUtilsCurlTest : public ::testing::Test {
 protected:
-    ~IpUtilsCurlTest() override { getInfoFailure = CURLE_OK; }
+    ~IpUtilsCurlTest() override {
+        getInfoFailure = CURLE_OK;
+        onlyFailing = CURLINFO_NONE;
+    }
 
+    /// Two ends that differ.
+    void connect() {
+        const std::string url = server_.url("/");
+        curl_easy_setopt(handle_.get(), CURLOPT_URL, url.c_str());
+        curl_easy_setopt(handle_.get(), CURLOPT_PROXY, "");
+        curl_easy_setopt(handle_.get(), CURLOPT_INTERFACE, "host!127.0.0.2");
+        ASSERT_EQ(CURLE_OK, curl_easy_perform(handle_.get()));
+    }
+
+    const LoopbackServer server_{
+        [](const LoopbackServer::Request&) { return LoopbackServer::Reply::response(200, ""); }};
     const CurlPtr handle_{curl_easy_init()};
     std::string local_ = "before";
     std::string destination_ = "before";
@@ -207,15 +223,23 @@ TEST_F(IpUtilsCurlTest, AHandleThatNeverConnectedHasNoAddresses) {
 }
 
 TEST_F(IpUtilsCurlTest, AHandleThatConnectedHasBothEnds) {
-    const LoopbackServer server(
-        [](const LoopbackServer::Request&) { return LoopbackServer::Reply::response(200, ""); });
-    const std::string url = server.url("/");
-    curl_easy_setopt(handle_.get(), CURLOPT_URL, url.c_str());
-    curl_easy_setopt(handle_.get(), CURLOPT_PROXY, "");
-    ASSERT_EQ(CURLE_OK, curl_easy_perform(handle_.get()));
+    connect();
     EXPECT_TRUE(IpUtils::getIpAddressesFromCurl(handle_.get(), local_, destination_));
-    EXPECT_EQ("127.0.0.1", local_);
+    EXPECT_EQ("127.0.0.2", local_);
     EXPECT_EQ("127.0.0.1", destination_);
+}
+
+TEST_F(IpUtilsCurlTest, OneEndIsEnough) {
+    connect();
+    getInfoFailure = CURLE_UNKNOWN_OPTION;
+    onlyFailing = CURLINFO_LOCAL_IP;
+    EXPECT_TRUE(IpUtils::getIpAddressesFromCurl(handle_.get(), local_, destination_));
+    EXPECT_EQ("", local_);
+    EXPECT_EQ("127.0.0.1", destination_);
+    onlyFailing = CURLINFO_PRIMARY_IP;
+    EXPECT_TRUE(IpUtils::getIpAddressesFromCurl(handle_.get(), local_, destination_));
+    EXPECT_EQ("127.0.0.2", local_);
+    EXPECT_EQ("", destination_);
 }
 
 TEST_F(IpUtilsCurlTest, AFailureIsLoggedForEachEndAndLeavesBothEmpty) {

@@ -8,9 +8,15 @@
 #include "support/LogCapture.h"
 #include "support/LoopbackServer.h"
 
+#include <chrono>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
 #include <future>
 #include <memory>
 #include <string>
+#include <system_error>
+#include <thread>
 #include <utility>
 
 #include <gtest/gtest.h>
@@ -66,11 +72,18 @@ TEST(NetUtilsFactoryTest, TheBoundsOfAPoolAreNoneAndTen) {
     EXPECT_EQ(NetUtilsFactory::MAX_DEFAULT_THREADPOOL_SIZE, 10U);
 }
 
-TEST(NetUtilsFactoryTest, OnlyTheFirstFactoryOfAProcessWritesTheBanner) {
-    const NetUtilsFactory first;
-    LogCapture log;
-    const NetUtilsFactory second;
-    EXPECT_TRUE(log.linesOf("zeb.netutils.version").empty());
+TEST(NetUtilsFactoryDeathTest, OnlyTheFirstFactoryOfAProcessWritesTheBanner) {
+    GTEST_FLAG_SET(death_test_style, "threadsafe");
+    EXPECT_EXIT(
+        {
+            const LogCapture log;
+            const NetUtilsFactory first;
+            const bool written = log.linesOf("zeb.netutils.version").size() == 1;
+            const NetUtilsFactory second;
+            std::_Exit(written && log.linesOf("zeb.netutils.version").size() == 1 ? EXIT_SUCCESS
+                                                                                  : EXIT_FAILURE);
+        },
+        testing::ExitedWithCode(EXIT_SUCCESS), "");
 }
 
 TEST(NetUtilsFactoryTest, EachFormMakesAClientThatWorks) {
@@ -91,6 +104,36 @@ TEST(NetUtilsFactoryTest, EachFormMakesAClientThatRunsTasks) {
                                factory.createBasicHttpClient(std::shared_ptr<cert::CertVerifier>(), pool)}) {
         EXPECT_EQ(outcomeOfATask(*client), http::HttpClientResult::SUCCESS);
     }
+}
+
+std::size_t threadsNamed(const std::string& name) {
+    std::size_t count = 0;
+    std::error_code error;
+    for (const auto& entry : std::filesystem::directory_iterator("/proc/self/task", error)) {
+        std::ifstream file(entry.path() / "comm");
+        std::string line;
+        count += std::getline(file, line) && line == name ? 1 : 0;
+    }
+    return count;
+}
+
+TEST(NetUtilsFactoryDeathTest, EachClientWithoutAGivenPoolHasOneOfItsOwnCalledAsyncHttpReq) {
+    GTEST_FLAG_SET(death_test_style, "threadsafe");
+    EXPECT_EXIT(
+        {
+            NetUtilsFactory factory;
+            const auto first = factory.createBasicHttpClient();
+            const auto second = factory.createBasicHttpClient(std::shared_ptr<cert::CertVerifier>());
+            outcomeOfATask(*first);
+            outcomeOfATask(*second);
+            const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(10);
+            // Each thread takes the pool's name back when its task has ended.
+            while (threadsNamed("AsyncHttpReq") != 2 && std::chrono::steady_clock::now() < end) {
+                std::this_thread::yield();
+            }
+            std::_Exit(threadsNamed("AsyncHttpReq") == 2 ? EXIT_SUCCESS : EXIT_FAILURE);
+        },
+        testing::ExitedWithCode(EXIT_SUCCESS), "");
 }
 
 TEST(NetUtilsFactoryTest, ClientsAreIndependentOfEachOther) {

@@ -1,7 +1,9 @@
 #include "qrmcoreutils/QRMCoreUtils.h"
+#include "version/Version.h"
 
 #include <chrono>
 #include <limits>
+#include <sstream>
 #include <string>
 #include <thread>
 
@@ -75,8 +77,17 @@ protected:
     ~UserAgentTest() override { SystemUtils::setHttpUserAgent(""); }
 };
 
-TEST_F(UserAgentTest, HasADefaultWithAVersion) {
-    EXPECT_THAT(SystemUtils::getHttpUserAgent(), testing::MatchesRegex("zebnetutils/[0-9]+.[0-9]+.[0-9]+"));
+TEST_F(UserAgentTest, HasADefaultWithTheVersionOfTheBuild) {
+    const std::string agent = SystemUtils::getHttpUserAgent();
+    ASSERT_THAT(agent, testing::MatchesRegex("zebnetutils/[0-9]+\\.[0-9]+\\.[0-9]+"));
+    std::string version;
+    std::istringstream banner(zeb::version::Version::printVersion(false));
+    for (std::string line; std::getline(banner, line);) {
+        if (line.find("Version:") != std::string::npos) {
+            version += '.' + line.substr(line.rfind(' ') + 1);
+        }
+    }
+    EXPECT_EQ("zebnetutils/" + version.substr(1), agent);
 }
 
 TEST_F(UserAgentTest, IsTheHostsChoice) {

@@ -2,6 +2,9 @@
 #include "zeblogger/ZEBLogger.h"
 
 #include <atomic>
+#include <cstdlib>
+#include <dlfcn.h>
+#include <memory>
 #include <mutex>
 #include <set>
 #include <stdexcept>
@@ -11,6 +14,19 @@
 #include <vector>
 
 #include <gmock/gmock.h>
+
+namespace {
+
+bool noRandomness = false;
+
+}  // namespace
+
+/// Comes before OpenSSL's own for every library of this process.
+extern "C" __attribute__((visibility("default"))) int RAND_bytes(unsigned char* bytes, int count) {
+    using Function = int (*)(unsigned char*, int);
+    static const auto real = reinterpret_cast<Function>(dlsym(RTLD_NEXT, "RAND_bytes"));
+    return noRandomness ? 0 : real(bytes, count);
+}
 
 namespace {
 
@@ -207,6 +223,34 @@ TEST_F(ZEBLoggerTest, TheSinkMayBeReplacedWhileEightThreadsLog) {
     EXPECT_EQ(THREADS * LINES, written);
 }
 
+/// Asks for everything when static objects are destroyed, after everything made later than it.
+struct LateUser {
+    ~LateUser() {
+        if (!armed) {
+            return;
+        }
+        const std::shared_ptr<LogController> control = LogController::getInstance();
+        bool written = false;
+        control->setSink([&](const LogController::Record&) { written = true; });
+        ZEBLog(ZEBLogger_getLogger("test.late"), ZEBLOG_ERROR, nullptr, 0, "late");
+        // The host's share is one of two: a controller that has been destroyed has none left.
+        std::_Exit(written && control.use_count() == 2 ? EXIT_SUCCESS : EXIT_FAILURE);
+    }
+    bool armed = false;
+};
+LateUser lateUser;
+
+TEST(ZEBLoggerDeathTest, ItWorksWhileStaticObjectsAreDestroyed) {
+    testing::FLAGS_gtest_death_test_style = "threadsafe";
+    EXPECT_EXIT(
+        {
+            LogController::getInstance();
+            lateUser.armed = true;
+            std::exit(EXIT_FAILURE);
+        },
+        testing::ExitedWithCode(EXIT_SUCCESS), "");
+}
+
 TEST(ReplacePIIDataTest, TheSameTextIsShownTheSameWayThroughoutTheRun) {
     const std::string shown = ZEBLogger_replacePIIData("mail.corp.test");
     EXPECT_EQ(shown, ZEBLogger_replacePIIData("mail.corp.test"));
@@ -231,6 +275,18 @@ TEST(ReplacePIIDataTest, NothingOfTheTextIsShown) {
     for (const char* part : {"alice", "@", "corp", "test", "."}) {
         EXPECT_THAT(shown, Not(HasSubstr(part)));
     }
+}
+
+TEST(ReplacePIIDataDeathTest, WithoutRandomnessTheTextIsHiddenAltogether) {
+    testing::FLAGS_gtest_death_test_style = "threadsafe";
+    EXPECT_EXIT(
+        {
+            noRandomness = true;
+            const bool hidden = ZEBLogger_replacePIIData("alice") == "<hidden>" &&
+                                ZEBLogger_replacePIIData("bob") == "<hidden>";
+            std::_Exit(hidden ? EXIT_SUCCESS : EXIT_FAILURE);
+        },
+        testing::ExitedWithCode(EXIT_SUCCESS), "");
 }
 
 TEST(ReplacePIIDataTest, TheLengthOfTheTextIsNotShown) {

@@ -40,7 +40,8 @@ ZEBLOGGER_EXPORT void ZEBLog(ZEBLogger* logger, int level, const char* file, int
 
 /// Stands in a log for a host name, a user name or a URL: hides the text, yet gives the same answer for the
 /// same text throughout one run of the process, so that a reader can match two lines about one host. It is a
-/// digest keyed with a random key that never leaves the process.
+/// digest keyed with a random key that never leaves the process; "<hidden>" for every text when there is no
+/// randomness.
 ZEBLOGGER_EXPORT std::string ZEBLogger_replacePIIData(const std::string& text);
 
 /// Returns when everything written so far has reached the sink.
