@@ -119,6 +119,10 @@ void takeTrace(HttpRequestData& data, CurlInfoType type, std::string_view text) 
     if (!text.empty() && text.back() == '\n') {
         text.remove_suffix(1);
     }
+    // Without a log only the proxy's scheme counts, and libcurl talks a lot.
+    if (!ZEBLog_isDebugEnabled(log::httpClient()) && !beginsWith(text, markerOf(RequestPhase::PROXY_AUTH))) {
+        return;
+    }
     const Phase phase = CurlHttpUtils::matchPhase({type, text});
     if (phase == RequestPhase::SERVER_AUTH || phase == RequestPhase::PROXY_AUTH) {
         takeAuthentication(data, phase, text);
