@@ -2,6 +2,7 @@
 //
 // The server is a child process, so that neither side pays for its work; each side keeps one connection.
 
+#include "BenchServer.h"
 #include "http/BasicHttpClient.h"
 #include "http/HttpRequestOptions.h"
 #include "http/Request.h"
@@ -10,19 +11,11 @@
 #include "netutils/NetUtilsFactory.h"
 
 #include <algorithm>
-#include <arpa/inet.h>
 #include <chrono>
-#include <csignal>
 #include <cstdlib>
-#include <cstring>
 #include <memory>
-#include <netinet/in.h>
-#include <netinet/tcp.h>
 #include <string>
-#include <sys/prctl.h>
-#include <sys/socket.h>
-#include <thread>
-#include <unistd.h>
+#include <vector>
 
 #include <benchmark/benchmark.h>
 #include <curl/curl.h>
@@ -33,74 +26,8 @@ using zeb::http::HttpClientResult;
 
 constexpr std::size_t BODY_SIZE = 1024;
 
-std::string answer() {
-    return "HTTP/1.1 200 OK\r\nContent-Type: text/plain\r\nServer: bench\r\nContent-Length: " +
-           std::to_string(BODY_SIZE) + "\r\n\r\n" + std::string(BODY_SIZE, 'x');
-}
-
-/// Answers every request head with the same page.
-void serveConnection(int connection) {
-    const std::string page = answer();
-    std::string received;
-    char buffer[4096];
-    for (;;) {
-        const ssize_t count = read(connection, buffer, sizeof buffer);
-        if (count <= 0) {
-            break;
-        }
-        received.append(buffer, static_cast<std::size_t>(count));
-        std::size_t end = 0;
-        while ((end = received.find("\r\n\r\n")) != std::string::npos) {
-            received.erase(0, end + 4);
-            if (write(connection, page.data(), page.size()) != static_cast<ssize_t>(page.size())) {
-                break;
-            }
-        }
-    }
-    close(connection);
-}
-
-/// A child process that listens on a port of its own; ends with its parent.
-class Server {
-public:
-    Server() {
-        const int listener = socket(AF_INET, SOCK_STREAM, 0);
-        sockaddr_in address{};
-        address.sin_family = AF_INET;
-        address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-        socklen_t length = sizeof address;
-        if (listener < 0 || bind(listener, reinterpret_cast<sockaddr*>(&address), sizeof address) != 0 ||
-            listen(listener, 16) != 0 ||
-            getsockname(listener, reinterpret_cast<sockaddr*>(&address), &length) != 0) {
-            std::perror("bench server");
-            std::exit(EXIT_FAILURE);
-        }
-        url_ = "http://127.0.0.1:" + std::to_string(ntohs(address.sin_port)) + "/page";
-        child_ = fork();
-        if (child_ == 0) {
-            prctl(PR_SET_PDEATHSIG, SIGKILL);
-            for (;;) {
-                const int connection = accept(listener, nullptr, nullptr);
-                const int on = 1;
-                setsockopt(connection, IPPROTO_TCP, TCP_NODELAY, &on, sizeof on);
-                std::thread(serveConnection, connection).detach();
-            }
-        }
-        close(listener);
-    }
-    ~Server() { kill(child_, SIGKILL); }
-    Server(const Server&) = delete;
-    Server& operator=(const Server&) = delete;
-
-    const std::string& url() const { return url_; }
-
-private:
-    std::string url_;
-    pid_t child_ = -1;
-};
-
-const Server& server() {
-    static const Server instance;
+const zeb::bench::Server& server() {
+    static const zeb::bench::Server instance(BODY_SIZE);
     return instance;
 }
 
