@@ -26,6 +26,13 @@ void ProxyPrompt::answer(const std::string& proxyUrl) {
     handler->setProxyCredential(proxyUrl, password.empty() ? "" : user_, password);
 }
 
+void ProxyPrompt::finish() {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    if (answering_.valid()) {
+        answering_.get();
+    }
+}
+
 void ProxyPrompt::onProxyInfoUpdated(bool /*useProxy*/, const std::string& /*authType*/) {}
 
 }  // namespace zebget

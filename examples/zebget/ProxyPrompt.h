@@ -22,6 +22,9 @@ public:
     void onProxyAuthenticationRequired(const std::string& proxyUrl) override;
     void onProxyInfoUpdated(bool useProxy, const std::string& authType) override;
 
+    /// Waits for the end of the last answer. The library keeps its callbacks as long as the process lives.
+    void finish();
+
 private:
     void answer(const std::string& proxyUrl);
 

@@ -85,13 +85,14 @@ void report(const Outcome& outcome, const Request& request) {
 }
 
 /// The handler of proxy credentials keeps its callbacks as long as the process lives.
-void answerProxies(const Arguments& arguments) {
-    zeb::http::ProxyAuthenticationHandler::getInstance()->registerProxyAuthenticationCallback(
-        std::make_shared<zebget::ProxyPrompt>(arguments.proxyUser, arguments.proxyPassword));
+std::shared_ptr<zebget::ProxyPrompt> answerProxies(const Arguments& arguments) {
+    auto prompt = std::make_shared<zebget::ProxyPrompt>(arguments.proxyUser, arguments.proxyPassword);
+    zeb::http::ProxyAuthenticationHandler::getInstance()->registerProxyAuthenticationCallback(prompt);
+    return prompt;
 }
 
 int runHost(const Arguments& arguments) {
-    answerProxies(arguments);
+    const std::shared_ptr<zebget::ProxyPrompt> prompt = answerProxies(arguments);
     zeb::netutils::NetUtilsFactory factory;
     const std::shared_ptr<BasicHttpClient> client = factory.createBasicHttpClient();
     const auto listener = std::make_shared<ConsoleListener>(arguments.progress || isatty(STDERR_FILENO) != 0);
@@ -104,6 +105,7 @@ int runHost(const Arguments& arguments) {
     const std::chrono::duration<double, std::milli> took = std::chrono::steady_clock::now() - began;
     std::signal(SIGINT, SIG_DFL);
     runningRequest = nullptr;
+    prompt->finish();
     report(outcome, *request);
     if (arguments.timing) {
         std::cerr << "It took " << took.count() << " ms.\n";
