@@ -14,6 +14,8 @@ ZEB_LOGGER(common, "zeb.common")
 ZEB_LOGGER(ip, "zeb.ip")
 ZEB_LOGGER(http, "zeb.http")
 ZEB_LOGGER(httpClient, "zeb.httpclient")
+ZEB_LOGGER(cert, "zeb.cert")
+ZEB_LOGGER(dns, "zeb.dns")
 
 #undef ZEB_LOGGER
 

@@ -31,5 +31,7 @@ ZEBLogger* common();      ///< "zeb.common"
 ZEBLogger* ip();          ///< "zeb.ip"
 ZEBLogger* http();        ///< "zeb.http"
 ZEBLogger* httpClient();  ///< "zeb.httpclient"
+ZEBLogger* cert();        ///< "zeb.cert"
+ZEBLogger* dns();         ///< "zeb.dns"
 
 }  // namespace zeb::log

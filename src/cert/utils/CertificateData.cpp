@@ -1,0 +1,7 @@
+#include "cert/utils/CertificateData.h"
+
+namespace zeb::cert {
+
+CertificateData::~CertificateData() = default;
+
+}  // namespace zeb::cert
