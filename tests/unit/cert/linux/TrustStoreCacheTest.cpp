@@ -1,4 +1,5 @@
 #include "BundleFolder.h"
+#include "FstatSeam.h"
 #include "TestChain.h"
 #include "cert/linux/TrustStoreCache.h"
 
@@ -21,6 +22,9 @@ namespace {
 
 using Store = TrustStoreCache::Store;
 using std::chrono::nanoseconds;
+
+/// Takes even a change of this moment for settled.
+constexpr nanoseconds SETTLED_AT_ONCE = -std::chrono::hours(1);
 
 /// The certificates and revocation lists of a store, as their DER.
 std::vector<std::string> contentOf(X509_STORE* store) {
@@ -155,10 +159,19 @@ TEST_F(TrustStoreCacheTest, ARemovedBundleGivesNothingAndOneMovedBackIsBack) {
     expectContent(one_);
 }
 
+/// As on a file system whose time stamps are two seconds apart.
+void coarsen(struct stat& status) {
+    for (timespec* const time : {&status.st_mtim, &status.st_ctim}) {
+        time->tv_sec -= time->tv_sec % 2;
+        time->tv_nsec = 0;
+    }
+}
+
 TEST_F(TrustStoreCacheTest, ChangesThatNoTimeStampTellsApartCountFromTheNextCallOn) {
     TrustStoreCache cache;
+    const FstatSeam seam(&coarsen);
     BundleFolder::rewrite(bundle_, bundleOf(one_));
-    for (int i = 0; i < 500; ++i) {
+    for (int i = 0; i < 100; ++i) {
         const TestCertificate& written = i % 2 == 0 ? other_ : one_;
         std::fstream file(bundle_, std::ios::binary | std::ios::in | std::ios::out);
         file << bundleOf(written) << std::flush;
@@ -166,11 +179,31 @@ TEST_F(TrustStoreCacheTest, ChangesThatNoTimeStampTellsApartCountFromTheNextCall
     }
 }
 
+TEST_F(TrustStoreCacheTest, ABundleRewrittenWhileItIsReadCountsAsItIsFromTheNextCallOn) {
+    for (const int lookBeforeTheChange : {1, 2}) {
+        SCOPED_TRACE(lookBeforeTheChange);
+        TrustStoreCache cache{SETTLED_AT_ONCE};
+        BundleFolder::rewrite(bundle_, bundleOf(one_));
+        {
+            int looks = 0;
+            const FstatSeam seam([&](struct stat& /*status*/) {
+                if (++looks == lookBeforeTheChange) {
+                    BundleFolder::rewrite(bundle_, bundleOf(other_));
+                }
+            });
+            EXPECT_EQ(1U, contentOf(cache.load(bundle_).get()).size());
+            EXPECT_EQ(2, looks);
+        }
+        EXPECT_EQ(std::vector<std::string>{derOf(other_)}, contentOf(cache.load(bundle_).get()));
+        EXPECT_EQ(cache.load(bundle_), cache.load(bundle_));
+    }
+}
+
 TEST_F(TrustStoreCacheTest, AStoreInUseOutlivesTheNextOneAndTheCache) {
     BundleFolder::rewrite(bundle_, bundleOf(one_));
     Store held;
     {
-        TrustStoreCache cache{-std::chrono::hours(1)};
+        TrustStoreCache cache{SETTLED_AT_ONCE};
         held = cache.load(bundle_);
         BundleFolder::rewrite(bundle_, bundleOf(other_));
         EXPECT_NE(held, cache.load(bundle_));
