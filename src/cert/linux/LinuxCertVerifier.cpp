@@ -1,12 +1,12 @@
 #include "cert/linux/LinuxCertVerifier.h"
 
+#include "cert/utils/OpenSslHandles.h"
 #include "core/Log.h"
 #include "qrmcoreutils/QRMCoreUtils.h"
 
 #include <atomic>
 #include <memory>
 
-#include <openssl/err.h>
 #include <openssl/x509.h>
 #include <openssl/x509_vfy.h>
 
@@ -18,24 +18,6 @@ using QRMCoreUtils::FileUtils;
 using TrustSource = LinuxCertVerifier::TrustSource;
 
 constexpr const char* CERTS_DIRECTORY = "/etc/ssl/certs/";
-
-struct ContextDeleter {
-    void operator()(X509_STORE_CTX* context) const {
-        X509_STORE_CTX_cleanup(context);
-        X509_STORE_CTX_free(context);
-    }
-};
-using ContextPtr = std::unique_ptr<X509_STORE_CTX, ContextDeleter>;
-
-/// Takes away what OpenSSL reports while it lives: an entry left behind would pass for the reason of the next
-/// failure on this thread, which may be in the middle of a handshake.
-class ErrorQueueKeeper {
-public:
-    ErrorQueueKeeper() { ERR_set_mark(); }
-    ~ErrorQueueKeeper() { ERR_pop_to_mark(); }
-    ErrorQueueKeeper(const ErrorQueueKeeper&) = delete;
-    ErrorQueueKeeper& operator=(const ErrorQueueKeeper&) = delete;
-};
 
 std::atomic<TrustSource*> sourceOfTests{nullptr};
 
@@ -68,9 +50,9 @@ TrustStoreCache::Store trustStore() {
 }
 
 std::set<CertStatus::Status> verify(X509* leaf, STACK_OF(X509) * chain) {
-    const ErrorQueueKeeper errors;
+    const OpenSslErrorScope errors;
     const TrustStoreCache::Store store = trustStore();  // outlives the context, which doesn't hold it
-    const ContextPtr context(X509_STORE_CTX_new());
+    const OpenSslPtr<X509_STORE_CTX> context(X509_STORE_CTX_new());
     if (context == nullptr) {
         ZEB_LOG_ERROR(log::cert(), "verify failed: " << X509_V_ERR_OUT_OF_MEM);
         return {CertStatus::UNKNOWN};

@@ -1,5 +1,6 @@
 #include "cert/linux/TrustStoreCache.h"
 
+#include "cert/utils/OpenSslHandles.h"
 #include "core/ScopedLock.h"
 
 #include <cstdio>
@@ -16,14 +17,11 @@ namespace zeb::cert {
 
 namespace {
 
-struct Closer {
+struct FileCloser {
     void operator()(std::FILE* file) const { std::fclose(file); }
-    void operator()(BIO* bio) const { BIO_free(bio); }
-    void operator()(STACK_OF(X509_INFO) * entries) const { sk_X509_INFO_pop_free(entries, &X509_INFO_free); }
 };
-using FilePtr = std::unique_ptr<std::FILE, Closer>;
-using BioPtr = std::unique_ptr<BIO, Closer>;
-using EntriesPtr = std::unique_ptr<STACK_OF(X509_INFO), Closer>;
+using FilePtr = std::unique_ptr<std::FILE, FileCloser>;
+using EntriesPtr = OpenSslPtr<STACK_OF(X509_INFO)>;
 
 std::chrono::nanoseconds sinceEpoch(const timespec& time) {
     return std::chrono::seconds(time.tv_sec) + std::chrono::nanoseconds(time.tv_nsec);
@@ -39,7 +37,7 @@ EntriesPtr readEntries(std::FILE* file) {
     // A password, though an empty one: without it OpenSSL would ask for one at the terminal when an entry is
     // encrypted.
     static char noPassword[] = "";
-    const BioPtr bio(BIO_new_fp(file, BIO_NOCLOSE));
+    const OpenSslPtr<BIO> bio(BIO_new_fp(file, BIO_NOCLOSE));
     return EntriesPtr(bio != nullptr ? PEM_X509_INFO_read_bio(bio.get(), nullptr, nullptr, noPassword)
                                      : nullptr);
 }
