@@ -168,11 +168,12 @@ Interacting::AvoidableUserInteractingInvalidCertManagementPolicyBuilder::acceptT
     return *this;
 }
 
-std::shared_ptr<Interacting> Policy::AvoidableUserInteractingInvalidCertManagementPolicyBuilder::build() {
+std::shared_ptr<Interacting>
+Interacting::AvoidableUserInteractingInvalidCertManagementPolicyBuilder::build() {
     return build(PolicyValue::NOTIFY_USER_AND_FAIL, PolicyFailureClass::HARD);
 }
 
-std::shared_ptr<Interacting> Policy::AvoidableUserInteractingInvalidCertManagementPolicyBuilder::build(
+std::shared_ptr<Interacting> Interacting::AvoidableUserInteractingInvalidCertManagementPolicyBuilder::build(
     PolicyValue::Value value, PolicyFailureClass::FailureClass failureClass) {
     return std::make_shared<Interacting>(value, requiresUserInput_, transitions_, failureClass);
 }
