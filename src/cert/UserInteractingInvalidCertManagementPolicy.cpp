@@ -201,7 +201,7 @@ Interacting::PromptingAvoidableUserInteractingInvalidCertManagementPolicyBuilder
     : AvoidableUserInteractingInvalidCertManagementPolicyBuilder(true) {}
 
 std::shared_ptr<Interacting>
-Policy::PromptingAvoidableUserInteractingInvalidCertManagementPolicyBuilder::build() {
+Interacting::PromptingAvoidableUserInteractingInvalidCertManagementPolicyBuilder::build() {
     return build(PolicyValue::PROMPT_USER, PolicyFailureClass::HARD);
 }
 
