@@ -17,8 +17,6 @@ class IgnoreInvalidCertConditionPolicyBuilder;
 class ZEBNETUTILS_EXPORT IgnoreInvalidCertConditionPolicy
     : public common::InputIndependentPolicy,
       public std::enable_shared_from_this<IgnoreInvalidCertConditionPolicy> {
-    struct Constants;
-    static const Constants& constants();
     static const std::shared_ptr<IgnoreInvalidCertConditionPolicy>& revocationInfoUnavailable();
     static const std::shared_ptr<IgnoreInvalidCertConditionPolicy>& wrongKeyUsage();
     static const std::shared_ptr<IgnoreInvalidCertConditionPolicy>& weakKey();
@@ -67,6 +65,10 @@ private:
         bool wrongKeyUsage = false;
         bool weakKey = false;
     };
+    static bool areEqual(const Conditions& left, const Conditions& right);
+
+    std::shared_ptr<IgnoreInvalidCertConditionPolicy> thisUnlessChanged(const Conditions& ignored,
+                                                                        std::string name);
 
     IgnoreInvalidCertConditionPolicy(const Conditions& ignored, std::string name);
 

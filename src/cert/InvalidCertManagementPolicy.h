@@ -61,6 +61,11 @@ public:
     PolicyValue::Value getValue() const { return value_; }
     bool interactsWithUser() const { return interactsWithUser_; }
 
+protected:
+    /// Whether the certificate is revoked, which no policy can make good. Says so in the log.
+    static bool holdsRevoked(const std::set<CertStatus::Status>& statuses);
+    void logUnmanaged() const;
+
 private:
     const PolicyValue::Value value_;
     const bool interactsWithUser_;

@@ -11,8 +11,8 @@
 #include <memory>
 #include <ostream>
 #include <set>
+#include <stdexcept>
 #include <string>
-#include <utility>
 #include <vector>
 
 namespace zeb {
@@ -131,9 +131,7 @@ private:
     std::shared_ptr<InvalidCertListener> listenerOrThrow(const char* failure) const;
     PromptDecision::Decision getDecisionFromInProgressRequest(const std::string& fingerprint,
                                                               const CertificateCacheAccessor& accessor);
-    PromptDecision::Decision waitForDecision(const InvalidCertInfo& info,
-                                             const CertificateCacheAccessor& accessor, ScopedLock& lock);
-    void sendRequest(const InvalidCertInfo& info, ScopedLock& requestsLock);
+    void sendRequest(const InvalidCertInfo& info, const char* noListener, ScopedLock& requestsLock);
     bool takeResponse(const std::string& fingerprint, const Response& response, bool cacheable);
     bool responseAvailable(const std::string& fingerprint) const;
     Response getResponse(const std::string& fingerprint) const;
@@ -143,6 +141,8 @@ private:
     bool canDecisionBeCached(const std::string& fingerprint) const;
     void completeRequest(const std::string& fingerprint, PromptDecision::Decision decision,
                          const CertificateCacheAccessor& accessor);
+    void failRequest(const std::string& fingerprint, const std::logic_error& error,
+                     const CertificateCacheAccessor& accessor);
     bool isAborted() const;
 
     // Lock order: requestsMutex_, then responsesMutex_.
