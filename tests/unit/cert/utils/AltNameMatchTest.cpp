@@ -18,6 +18,12 @@ using Texts = std::vector<std::string>;
 constexpr auto SUCCESS = CertIdentifierStatus::SUCCESS;
 constexpr auto NO_MATCH_FOUND = CertIdentifierStatus::NO_MATCH_FOUND;
 
+/// Without the log, but where a test looks at it.
+class AltNameMatchTest : public testing::Test {
+protected:
+    AltNameMatchTest() { LogController::getInstance()->setLevel(0); }
+};
+
 AltNameParserImpl withDnsNames(const Texts& names, const std::string& commonName = "") {
     return {names, {}, {}, commonName};
 }
@@ -30,27 +36,27 @@ std::string hidden(const std::string& text) {
     return ZEBLogger_replacePIIData(text);
 }
 
-TEST(AltNameMatchTest, AWildcardStandsForOneLabelInWhateverCase) {
+TEST_F(AltNameMatchTest, AWildcardStandsForOneLabelInWhateverCase) {
     const AltNameParserImpl parser = withDnsNames({"*.example.com"});
     EXPECT_EQ(parser.verify("a.EXAMPLE.com"), SUCCESS);
     EXPECT_EQ(parser.verify("a.b.example.com"), NO_MATCH_FOUND);
     EXPECT_EQ(parser.verify("example.com"), NO_MATCH_FOUND);
 }
 
-TEST(AltNameMatchTest, TheCommonNameIsNotLookedAtWhenThereAreDnsNames) {
+TEST_F(AltNameMatchTest, TheCommonNameIsNotLookedAtWhenThereAreDnsNames) {
     const AltNameParserImpl parser = withDnsNames({"a.example.com"}, "b.example.com");
     EXPECT_EQ(parser.verify("b.example.com"), NO_MATCH_FOUND);
     EXPECT_EQ(parser.verify("a.example.com"), SUCCESS);
 }
 
-TEST(AltNameMatchTest, NamesOfOtherKindsDoNotHideTheCommonName) {
+TEST_F(AltNameMatchTest, NamesOfOtherKindsDoNotHideTheCommonName) {
     const AltNameParserImpl parser({}, {"_s.x.test"}, {"x.test"}, "b.example.com");
     EXPECT_EQ(parser.verify("b.example.com"), SUCCESS);
     EXPECT_EQ(parser.verify("x.test"), NO_MATCH_FOUND);
     EXPECT_EQ(parser.verify("_s.x.test"), NO_MATCH_FOUND);
 }
 
-TEST(AltNameMatchTest, AWildcardBeforeAnIpAddressNeverMatches) {
+TEST_F(AltNameMatchTest, AWildcardBeforeAnIpAddressNeverMatches) {
     for (const char* address :
          {"10.0.0.1", "0.0.1", "1", "123.123", "fe80::1", "::1", "1:2", "2001:db8::1"}) {
         for (const char* label : {"a.", "*.", "1.", "."}) {
@@ -64,7 +70,7 @@ TEST(AltNameMatchTest, AWildcardBeforeAnIpAddressNeverMatches) {
     }
 }
 
-TEST(AltNameMatchTest, AWildcardBeforeWhatOnlyBeginsLikeAnIpAddressMatches) {
+TEST_F(AltNameMatchTest, AWildcardBeforeWhatOnlyBeginsLikeAnIpAddressMatches) {
     for (const char* parent : {"10.test", "10.0.0.test", "1234.test", "1234.1", "10..1", "1a",
                                "10.0.0.1.test", "1.1-1", "face", "fe80.test", "-1"}) {
         EXPECT_EQ(withDnsNames({std::string("*.") + parent}).verify(std::string("a.") + parent), SUCCESS)
@@ -72,13 +78,13 @@ TEST(AltNameMatchTest, AWildcardBeforeWhatOnlyBeginsLikeAnIpAddressMatches) {
     }
 }
 
-TEST(AltNameMatchTest, AnAddressWithATrailingDotReadsAsAddress) {
+TEST_F(AltNameMatchTest, AnAddressWithATrailingDotReadsAsAddress) {
     EXPECT_EQ(withDnsNames({"*.10.0."}).verify("a.10.0."), NO_MATCH_FOUND);
     EXPECT_EQ(withDnsNames({"*."}).verify("a."), NO_MATCH_FOUND);
     EXPECT_EQ(withDnsNames({"*.1234"}).verify("a.1234"), NO_MATCH_FOUND);
 }
 
-TEST(AltNameMatchTest, ATextWithoutAParentIsTold) {
+TEST_F(AltNameMatchTest, ATextWithoutAParentIsTold) {
     const LogCapture log;
     EXPECT_EQ(withDnsNames({"*.example.com"}).verify("localhost"), NO_MATCH_FOUND);
     EXPECT_TRUE(
@@ -89,7 +95,7 @@ TEST(AltNameMatchTest, ATextWithoutAParentIsTold) {
     EXPECT_FALSE(log.contains("localhost"));
 }
 
-TEST(AltNameMatchTest, AMatchWithTheCommonNameIsTold) {
+TEST_F(AltNameMatchTest, AMatchWithTheCommonNameIsTold) {
     const LogCapture log;
     EXPECT_EQ(withCommonName("A.test").verify("a.test"), SUCCESS);
     EXPECT_TRUE(log.contains("Match for '" + hidden("a.test") + "' found in _commonName"));
@@ -98,7 +104,7 @@ TEST(AltNameMatchTest, AMatchWithTheCommonNameIsTold) {
     EXPECT_TRUE(log.contains("Wildcard match for '" + hidden("a.b.test") + "' found in _commonName"));
 }
 
-TEST(AltNameMatchTest, AMatchWithADnsNameIsToldWithItsPlace) {
+TEST_F(AltNameMatchTest, AMatchWithADnsNameIsToldWithItsPlace) {
     const LogCapture log;
     const AltNameParserImpl parser = withDnsNames({"x.test", "A.test", "*.b.test"});
     EXPECT_EQ(parser.verify("a.test"), SUCCESS);
@@ -107,21 +113,21 @@ TEST(AltNameMatchTest, AMatchWithADnsNameIsToldWithItsPlace) {
     EXPECT_TRUE(log.contains("Wildcard match for '" + hidden("a.b.test") + "' found in dnsNames index: 2"));
 }
 
-TEST(AltNameMatchTest, TheFirstNameThatMatchesEitherWayWins) {
+TEST_F(AltNameMatchTest, TheFirstNameThatMatchesEitherWayWins) {
     const LogCapture log;
     EXPECT_EQ(withDnsNames({"*.b.test", "a.b.test"}).verify("a.b.test"), SUCCESS);
     EXPECT_TRUE(log.contains("Wildcard match for '" + hidden("a.b.test") + "' found in dnsNames index: 0"));
     EXPECT_FALSE(log.contains("index: 1"));
 }
 
-TEST(AltNameMatchTest, NoMatchIsAnErrorThatNamesNobodyInTheClear) {
+TEST_F(AltNameMatchTest, NoMatchIsAnErrorThatNamesNobodyInTheClear) {
     const LogCapture log;
     EXPECT_EQ(withDnsNames({"secret-server.test"}).verify("secret-client.test"), NO_MATCH_FOUND);
     EXPECT_TRUE(log.contains(ZEBLOG_ERROR, "No Match Found for '" + hidden("secret-client.test") + "'"));
     EXPECT_FALSE(log.contains("secret"));
 }
 
-TEST(AltNameMatchTest, AnXmppAddressMatchesInWhateverCase) {
+TEST_F(AltNameMatchTest, AnXmppAddressMatchesInWhateverCase) {
     const LogCapture log;
     const AltNameParserImpl parser({}, {}, {"x.test", "IM.example.com"}, "");
     EXPECT_EQ(parser.verifyXmpp("im.EXAMPLE.com"), SUCCESS);
@@ -129,7 +135,7 @@ TEST(AltNameMatchTest, AnXmppAddressMatchesInWhateverCase) {
     EXPECT_EQ(parser.verifyXmpp("example.com"), NO_MATCH_FOUND);
 }
 
-TEST(AltNameMatchTest, AnSrvNameOfTheXmppServiceMatchesInWhateverCase) {
+TEST_F(AltNameMatchTest, AnSrvNameOfTheXmppServiceMatchesInWhateverCase) {
     const LogCapture log;
     const AltNameParserImpl parser({}, {"_xmpp-client.im.example.com", "_xmpp-server.IM.example.com"}, {},
                                    "");
@@ -140,20 +146,20 @@ TEST(AltNameMatchTest, AnSrvNameOfTheXmppServiceMatchesInWhateverCase) {
     EXPECT_EQ(parser.verifyXmpp("_xmpp-server.im.example.com"), NO_MATCH_FOUND);
 }
 
-TEST(AltNameMatchTest, SrvNamesOfOtherServicesDoNotMatch) {
+TEST_F(AltNameMatchTest, SrvNamesOfOtherServicesDoNotMatch) {
     for (const char* name : {"im.example.com", "_xmpp-client.im.example.com", "_imaps.im.example.com",
                              "xmpp-server.im.example.com", "_xmpp-serverim.example.com"}) {
         EXPECT_EQ(AltNameParserImpl({}, {name}, {}, "").verifyXmpp("im.example.com"), NO_MATCH_FOUND) << name;
     }
 }
 
-TEST(AltNameMatchTest, WildcardsAmongXmppAddressesAndSrvNamesDoNotMatch) {
+TEST_F(AltNameMatchTest, WildcardsAmongXmppAddressesAndSrvNamesDoNotMatch) {
     const AltNameParserImpl parser({}, {"_xmpp-server.*.example.com", "*.im.example.com"}, {"*.example.com"},
                                    "");
     EXPECT_EQ(parser.verifyXmpp("im.example.com"), NO_MATCH_FOUND);
 }
 
-TEST(AltNameMatchTest, AnXmppAddressGoesBeforeAnSrvName) {
+TEST_F(AltNameMatchTest, AnXmppAddressGoesBeforeAnSrvName) {
     const LogCapture log;
     EXPECT_EQ(AltNameParserImpl({}, {"_xmpp-server.x.test"}, {"x.test"}, "x.test").verifyXmpp("x.test"),
               SUCCESS);
@@ -162,7 +168,7 @@ TEST(AltNameMatchTest, AnXmppAddressGoesBeforeAnSrvName) {
     EXPECT_FALSE(log.contains("_commonName"));
 }
 
-TEST(AltNameMatchTest, XmppFallsBackOnDnsNamesAndTheCommonNameWithTheirWildcards) {
+TEST_F(AltNameMatchTest, XmppFallsBackOnDnsNamesAndTheCommonNameWithTheirWildcards) {
     const LogCapture log;
     EXPECT_EQ(AltNameParserImpl({"*.d.test"}, {}, {"x.test"}, "cn.test").verifyXmpp("im.d.test"), SUCCESS);
     EXPECT_TRUE(log.contains("Xmpp match was not found for: '" + hidden("im.d.test") + "'"));
@@ -185,7 +191,7 @@ public:
     mutable Texts asked_;
 };
 
-TEST(AltNameMatchTest, TheXmppFallbackIsWhatADerivedParserMakesOfIt) {
+TEST_F(AltNameMatchTest, TheXmppFallbackIsWhatADerivedParserMakesOfIt) {
     const CountingParser parser({}, {}, {"x.test"}, "");
     EXPECT_EQ(parser.verifyXmpp("x.test"), SUCCESS);
     EXPECT_EQ(parser.asked_, Texts());
@@ -193,7 +199,7 @@ TEST(AltNameMatchTest, TheXmppFallbackIsWhatADerivedParserMakesOfIt) {
     EXPECT_EQ(parser.asked_, Texts{"other.test"});
 }
 
-TEST(AltNameMatchTest, InCommonCriteriaModeAWildcardMatchesNothingButItself) {
+TEST_F(AltNameMatchTest, InCommonCriteriaModeAWildcardMatchesNothingButItself) {
     AltNameParserImpl parser(true);
     parser.parse(CertificateBuilder().dnsNames({"*.example.com", "a.test"}).build().get());
     EXPECT_EQ(parser.verify("a.example.com"), NO_MATCH_FOUND);
@@ -205,7 +211,7 @@ TEST(AltNameMatchTest, InCommonCriteriaModeAWildcardMatchesNothingButItself) {
     EXPECT_EQ(parser.verify("*.example.com"), SUCCESS);
 }
 
-TEST(AltNameMatchTest, AnIdentifierWithANulMatchesNoName) {
+TEST_F(AltNameMatchTest, AnIdentifierWithANulMatchesNoName) {
     const std::string identifier("a.test\0.evil.test", 17);
     EXPECT_EQ(withDnsNames({"a.test"}).verify(identifier), NO_MATCH_FOUND);
     EXPECT_EQ(withCommonName("a.test").verify(identifier), NO_MATCH_FOUND);
@@ -213,7 +219,7 @@ TEST(AltNameMatchTest, AnIdentifierWithANulMatchesNoName) {
               NO_MATCH_FOUND);
 }
 
-TEST(AltNameMatchTest, HugeTextsAreCompared) {
+TEST_F(AltNameMatchTest, HugeTextsAreCompared) {
     const std::string huge(1000000, 'a');
     EXPECT_EQ(withDnsNames({huge}).verify(std::string(1000000, 'A')), SUCCESS);
     EXPECT_EQ(withDnsNames({huge}).verify(huge + "a"), NO_MATCH_FOUND);
@@ -223,7 +229,7 @@ TEST(AltNameMatchTest, HugeTextsAreCompared) {
     EXPECT_EQ(withDnsNames({std::string(1000000, '.')}).verify(std::string(999999, '.')), NO_MATCH_FOUND);
 }
 
-TEST(AltNameMatchTest, OnlyLettersOfAsciiHaveACase) {
+TEST_F(AltNameMatchTest, OnlyLettersOfAsciiHaveACase) {
     for (int one = 1; one < 256; ++one) {
         for (int other = 1; other < 256; ++other) {
             const auto isLower = [](int character) { return character >= 'a' && character <= 'z'; };
@@ -237,7 +243,7 @@ TEST(AltNameMatchTest, OnlyLettersOfAsciiHaveACase) {
     }
 }
 
-TEST(AltNameMatchTest, TheNamesGivenForATestComeBack) {
+TEST_F(AltNameMatchTest, TheNamesGivenForATestComeBack) {
     AltNameParserImpl parser({"d.test"}, {"s.test"}, {"x.test"}, "cn.test");
     EXPECT_EQ(parser.getDnsNames(), Texts{"d.test"});
     EXPECT_EQ(parser.getSrvNames(), Texts{"s.test"});

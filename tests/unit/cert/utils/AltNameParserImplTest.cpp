@@ -214,13 +214,18 @@ TEST_F(AltNameParserImplTest, OtherNamesOfOtherKindsAreIgnored) {
     EXPECT_TRUE(log_.contains("ignoring OID : 1.3.6.1.5.5.7.8.70"));
 }
 
-TEST_F(AltNameParserImplTest, AnOtherNameOfATypeLongerThanAnyIsIgnored) {
-    std::string type = "1.3";
-    for (int arc = 0; arc < 500; ++arc) {
-        type += ".4294967295";
-    }
-    EXPECT_EQ(parseAltNames({der::otherName(type, der::value(der::IA5_STRING, "d.test"))}), NO_IDENTITY);
-    EXPECT_TRUE(log_.contains("ignoring OID : " + type));
+TEST_F(AltNameParserImplTest, AnOtherNameOfALongTypeIsIgnored) {
+    const auto typeOf = [](int arcs) {
+        std::string type = "1.3";
+        for (int arc = 0; arc < arcs; ++arc) {
+            type += ".4294967295";
+        }
+        return type;
+    };
+    const std::string text = der::value(der::IA5_STRING, "d.test");
+    EXPECT_EQ(parseAltNames({der::otherName(typeOf(50), text)}), NO_IDENTITY);
+    EXPECT_TRUE(log_.contains("ignoring OID : " + typeOf(50)));
+    EXPECT_EQ(parseAltNames({der::otherName(typeOf(500), text)}), NO_IDENTITY);  // OpenSSL doesn't print it
 }
 
 TEST_F(AltNameParserImplTest, AnOtherNameOfAnyKindOfTextIsReadByItsBytes) {
