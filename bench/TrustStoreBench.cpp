@@ -22,15 +22,9 @@
 namespace {
 
 using namespace zeb::cert;
-using zeb::cert::test::TestCertificate;
+using zeb::test::IssuedCertificate;
 
 constexpr const char* SYSTEM_BUNDLE = "/etc/ssl/certs/ca-certificates.crt";
-
-TestCertificate issueWithRsa(const std::string& name, const TestCertificate* issuer,
-                             test::TestCertificateOptions options) {
-    options.key = test::newRsaKey(2048);
-    return test::issue(name, issuer, options);
-}
 
 /// The system's bundle and one root more, in a folder of its own that goes with the process.
 struct World {
@@ -49,9 +43,12 @@ struct World {
     std::string bundle() const { return directory + "ca-certificates.crt"; }
 
     std::string directory;
-    const TestCertificate root = issueWithRsa("Root", nullptr, test::asAuthority());
-    const TestCertificate authority = issueWithRsa("Authority", &root, test::asAuthority());
-    const TestCertificate server = issueWithRsa("server.example.test", &authority, {});
+    const IssuedCertificate root =
+        test::issue("Root", nullptr, test::asAuthority().key(zeb::test::Keys::rsa()));
+    const IssuedCertificate authority =
+        test::issue("Authority", &root, test::asAuthority().key(zeb::test::Keys::rsa()));
+    const IssuedCertificate server = test::issue("server.example.test", &authority,
+                                                 zeb::test::CertificateBuilder().key(zeb::test::Keys::rsa()));
 };
 
 const World& world() {
