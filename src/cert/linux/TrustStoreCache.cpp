@@ -18,7 +18,7 @@ namespace zeb::cert {
 namespace {
 
 struct FileCloser {
-    void operator()(std::FILE* file) const { std::fclose(file); }
+    void operator()(std::FILE* file) const { static_cast<void>(std::fclose(file)); }
 };
 using FilePtr = std::unique_ptr<std::FILE, FileCloser>;
 using EntriesPtr = OpenSslPtr<STACK_OF(X509_INFO)>;
@@ -83,7 +83,7 @@ TrustStoreCache::Store TrustStoreCache::load(const std::string& path) {
             return kept;
         }
     }
-    const Store store(X509_STORE_new(), &X509_STORE_free);
+    Store store(X509_STORE_new(), &X509_STORE_free);
     if (file == nullptr || store == nullptr || !addEntriesOf(file.get(), store.get())) {
         return store;
     }

@@ -6,6 +6,7 @@
 
 #include <array>
 #include <cstdio>
+#include <ctime>
 #include <memory>
 #include <sstream>
 #include <sys/wait.h>
@@ -17,52 +18,20 @@
 namespace zeb::cert::test {
 namespace {
 
-using Certificates = std::vector<TestCertificate>;
-using Extensions = std::vector<std::pair<std::string, std::string>>;
+using zeb::test::Key;
+using zeb::test::Keys;
+
+constexpr std::time_t DAY = 24 * 3600;
+
+using Certificates = std::vector<IssuedCertificate>;
 
 struct Chain {
     const char* name;
     bool valid;
     std::string bundle;  ///< PEM
-    TestCertificate leaf;
+    IssuedCertificate leaf;
     Certificates sent;
 };
-
-TestCertificateOptions with(TestCertificateOptions options, const Extensions& extensions) {
-    options.extensions.insert(options.extensions.end(), extensions.begin(), extensions.end());
-    return options;
-}
-
-TestCertificateOptions withOnly(const Extensions& extensions) {
-    return with({}, extensions);
-}
-
-TestCertificateOptions valid(int fromDays, int toDays, TestCertificateOptions options = {}) {
-    options.validFromDays = fromDays;
-    options.validToDays = toDays;
-    return options;
-}
-
-TestCertificateOptions keyed(KeyHandle key, TestCertificateOptions options = {}) {
-    options.key = std::move(key);
-    return options;
-}
-
-TestCertificateOptions digested(const char* digest, TestCertificateOptions options = {}) {
-    options.digest = digest;
-    return options;
-}
-
-TestCertificateOptions damaged(TestCertificateOptions options = {}) {
-    options.damaged = true;
-    return options;
-}
-
-TestCertificateOptions firstVersion() {
-    TestCertificateOptions options;
-    options.version = 0;
-    return options;
-}
 
 /// The answer of the command.
 struct Verdict {
@@ -85,13 +54,12 @@ protected:
     Verdict verify(const Chain& chain) const;
 
     /// A leaf by itself under an authority of these options.
-    Certificates under(const TestCertificateOptions& authority,
-                       const TestCertificateOptions& leaf = {}) const {
-        const TestCertificate issuer = issue("Special authority", &root_, authority);
+    Certificates under(const CertificateBuilder& authority, const CertificateBuilder& leaf = {}) const {
+        const IssuedCertificate issuer = issue("Special authority", &root_, authority);
         return {issue("special.example.test", &issuer, leaf), issuer};
     }
     static Chain chain(const char* name, bool valid, const std::string& bundle, Certificates leafAndSent) {
-        const TestCertificate leaf = leafAndSent.front();
+        const IssuedCertificate leaf = leafAndSent.front();
         leafAndSent.erase(leafAndSent.begin());
         return {name, valid, bundle, leaf, leafAndSent};
     }
@@ -100,14 +68,15 @@ protected:
 };
 
 std::vector<Chain> LinuxCertVerifierChainsTest::chains() const {
-    const TestCertificate stranger = issue("Stranger", nullptr, asAuthority());
-    const TestCertificate selfSigned = issue("self.example.test", nullptr);
-    const TestCertificate deep = issue("Deep authority", &authority_, asAuthority());
-    const TestCertificate deepServer = issue("deep.example.test", &deep);
-    const TestCertificate forged = issue("server.example.test", &authority_, damaged());
-    const Certificates ofForgedAuthority = under(damaged(asAuthority()));
-    const Certificates named = under(with(asAuthority(), {{"authorityKeyIdentifier", "keyid"}}));
-    const TestCertificate impostor = issue("Root", nullptr, asAuthority());
+    const IssuedCertificate stranger = issue("Stranger", nullptr, asAuthority());
+    const IssuedCertificate selfSigned = issue("self.example.test", nullptr);
+    const IssuedCertificate deep = issue("Deep authority", &authority_, asAuthority());
+    const IssuedCertificate deepServer = issue("deep.example.test", &deep);
+    const IssuedCertificate forged =
+        issue("server.example.test", &authority_, CertificateBuilder().brokenSignature());
+    const Certificates ofForgedAuthority = under(asAuthority().brokenSignature());
+    const Certificates named = under(asAuthority().extension(NID_authority_key_identifier, "keyid"));
+    const IssuedCertificate impostor = issue("Root", nullptr, asAuthority());
     return {
         {"good", true, bundle_, server_, {authority_}},
         {"directly under the root", true, bundle_, issue("direct.example.test", &root_), {}},
@@ -148,37 +117,50 @@ std::vector<Chain> LinuxCertVerifierChainsTest::chains() const {
 }
 
 std::vector<Chain> LinuxCertVerifierChainsTest::chainsOfTimes() const {
-    const TestCertificate expiredRoot = issue("Expired root", nullptr, valid(-20, -10, asAuthority()));
+    const std::time_t now = std::time(nullptr);
+    const IssuedCertificate expiredRoot = issue("Expired root", nullptr, asAuthority().expired());
     return {
-        {"expired", false, bundle_, issue("late.example.test", &root_, valid(-20, -10)), {}},
-        {"not yet valid", false, bundle_, issue("early.example.test", &root_, valid(10, 20)), {}},
-        {"ended before it began", false, bundle_, issue("never.example.test", &root_, valid(20, -20)), {}},
-        chain("expired intermediate", false, bundle_, under(valid(-20, -10, asAuthority()))),
-        chain("intermediate not yet valid", false, bundle_, under(valid(10, 20, asAuthority()))),
+        {"expired", false, bundle_, issue("late.example.test", &root_, CertificateBuilder().expired()), {}},
+        {"not yet valid",
+         false,
+         bundle_,
+         issue("early.example.test", &root_, CertificateBuilder().notYetValid()),
+         {}},
+        {"ended before it began",
+         false,
+         bundle_,
+         issue("never.example.test", &root_, CertificateBuilder().validity(now + DAY, now - DAY)),
+         {}},
+        chain("expired intermediate", false, bundle_, under(asAuthority().expired())),
+        chain("intermediate not yet valid", false, bundle_, under(asAuthority().notYetValid())),
         {"expired root", false, expiredRoot.pem(), issue("old.example.test", &expiredRoot), {}},
         {"expired and of an unknown root",
          false,
          bundle_,
-         issue("worse.example.test", &expiredRoot, valid(-20, -10)),
+         issue("worse.example.test", &expiredRoot, CertificateBuilder().expired()),
          {}},
     };
 }
 
 std::vector<Chain> LinuxCertVerifierChainsTest::chainsOfAuthorities() const {
-    const TestCertificate short_ =
-        issue("Short root", nullptr, withOnly({{"basicConstraints", "critical,CA:TRUE,pathlen:0"}}));
-    const TestCertificate below = issue("Below", &short_, asAuthority());
-    const TestCertificate oldRoot = issue("Old root", nullptr, firstVersion());
-    const TestCertificate oldAuthority = issue("Old authority", &root_, firstVersion());
-    const TestCertificate otherRoot = issue("Other root", nullptr, asAuthority());
-    const TestCertificate crossed = issue("Authority", &otherRoot, keyed(authority_.key, asAuthority()));
-    const TestCertificate crossedRoot = issue("Root", &otherRoot, keyed(root_.key, asAuthority()));
-    const TestCertificate direct = issue("short.example.test", &short_);
+    const IssuedCertificate short_ =
+        issue("Short root", nullptr,
+              CertificateBuilder().extension(NID_basic_constraints, "critical,CA:TRUE,pathlen:0"));
+    const IssuedCertificate below = issue("Below", &short_, asAuthority());
+    const IssuedCertificate oldRoot = issue("Old root", nullptr, CertificateBuilder().version(1));
+    const IssuedCertificate oldAuthority = issue("Old authority", &root_, CertificateBuilder().version(1));
+    const IssuedCertificate otherRoot = issue("Other root", nullptr, asAuthority());
+    const IssuedCertificate crossed = issue("Authority", &otherRoot, asAuthority().key(authority_.key));
+    const IssuedCertificate crossedRoot = issue("Root", &otherRoot, asAuthority().key(root_.key));
+    const IssuedCertificate direct = issue("short.example.test", &short_);
     return {
         chain("CA flag missing", false, bundle_, under({})),
-        chain("CA flag false", false, bundle_, under(withOnly({{"basicConstraints", "critical,CA:FALSE"}}))),
+        chain("CA flag false", false, bundle_,
+              under(CertificateBuilder().extension(NID_basic_constraints, "critical,CA:FALSE"))),
         chain("an authority that must not sign certificates", false, bundle_,
-              under(withOnly({{"basicConstraints", "CA:TRUE"}, {"keyUsage", "digitalSignature"}}))),
+              under(CertificateBuilder()
+                        .extension(NID_basic_constraints, "CA:TRUE")
+                        .extension(NID_key_usage, "digitalSignature"))),
         {"an authority as the leaf", true, bundle_, authority_, {}},
         {"path length kept", true, short_.pem(), direct, {}},
         {"path length exceeded", false, short_.pem(), issue("below.example.test", &below), {below}},
@@ -208,78 +190,92 @@ std::vector<Chain> LinuxCertVerifierChainsTest::chainsOfAuthorities() const {
 }
 
 std::vector<Chain> LinuxCertVerifierChainsTest::chainsOfExtensions() const {
-    const auto named = [](const std::string& name) { return withOnly({{"subjectAltName", "DNS:" + name}}); };
+    const auto named = [](const std::string& name) -> CertificateBuilder {
+        return CertificateBuilder().extension(NID_subject_alt_name, "DNS:" + name);
+    };
     const auto constrained =
-        with(asAuthority(), {{"nameConstraints", "critical,permitted;DNS:example.test"}});
-    const auto excluding = with(asAuthority(), {{"nameConstraints", "critical,excluded;DNS:example.test"}});
-    const Extensions unknownCritical{{"1.3.6.1.4.1.55555.1", "critical,DER:05:00"}};
-    const Extensions unknown{{"1.3.6.1.4.1.55555.1", "DER:05:00"}};
-    const TestCertificate other = issue("Other", nullptr, asAuthority());
+        asAuthority().extension(NID_name_constraints, "critical,permitted;DNS:example.test");
+    const auto excluding =
+        asAuthority().extension(NID_name_constraints, "critical,excluded;DNS:example.test");
+    const std::string oid = "1.3.6.1.4.1.55555.1";
+    const std::string null("\x05\x00", 2);
+    const IssuedCertificate other = issue("Other", nullptr, asAuthority());
     return {
         {"wrong usage",
          true,
          bundle_,
-         issue("client", &root_, withOnly({{"extendedKeyUsage", "clientAuth"}})),
+         issue("client", &root_, CertificateBuilder().extension(NID_ext_key_usage, "clientAuth")),
          {}},
         {"wrong usage, marked critical",
          true,
          bundle_,
-         issue("signer", &root_, withOnly({{"extendedKeyUsage", "critical,codeSigning"}})),
+         issue("signer", &root_, CertificateBuilder().extension(NID_ext_key_usage, "critical,codeSigning")),
          {}},
         {"no usage that TLS has",
          true,
          bundle_,
-         issue("nothing", &root_, withOnly({{"keyUsage", "cRLSign"}})),
+         issue("nothing", &root_, CertificateBuilder().extension(NID_key_usage, "cRLSign")),
          {}},
         chain("name constraints kept", true, bundle_, under(constrained, named("a.example.test"))),
         chain("name constraints broken", false, bundle_, under(constrained, named("example.invalid"))),
         chain("excluded name", false, bundle_, under(excluding, named("a.example.test"))),
         chain("not excluded name", true, bundle_, under(excluding, named("example.invalid"))),
-        {"critical unknown extension", false, bundle_, issue("odd", &root_, withOnly(unknownCritical)), {}},
-        {"unknown extension", true, bundle_, issue("odd", &root_, withOnly(unknown)), {}},
+        {"critical unknown extension",
+         false,
+         bundle_,
+         issue("odd", &root_, CertificateBuilder().rawExtension(oid, null, true)),
+         {}},
+        {"unknown extension",
+         true,
+         bundle_,
+         issue("odd", &root_, CertificateBuilder().rawExtension(oid, null)),
+         {}},
         chain("critical unknown extension in the intermediate", false, bundle_,
-              under(with(asAuthority(), unknownCritical))),
+              under(asAuthority().rawExtension(oid, null, true))),
         {"the authority's key named",
          true,
          bundle_,
-         issue("named", &root_, withOnly({{"authorityKeyIdentifier", "keyid"}})),
+         issue("named", &root_, CertificateBuilder().extension(NID_authority_key_identifier, "keyid")),
          {}},
         {"a broken basicConstraints",
          false,
          bundle_,
-         issue("broken", &root_, withOnly({{"basicConstraints", "DER:01:02:03"}})),
+         issue("broken", &root_, CertificateBuilder().extension(NID_basic_constraints, "DER:01:02:03")),
          {}},
-        {"a broken subjectAltName under constraints",
-         false,
-         bundle_,
-         under(constrained, withOnly({{"subjectAltName", "DER:01:02:03"}})).front(),
-         {}},
+        chain("a broken subjectAltName under constraints", false, bundle_,
+              under(constrained, CertificateBuilder().extension(NID_subject_alt_name, "DER:01:02:03"))),
     };
 }
 
 std::vector<Chain> LinuxCertVerifierChainsTest::chainsOfKeys() const {
-    const TestCertificate rsaRoot = issue("RSA root", nullptr, keyed(newRsaKey(2048), asAuthority()));
-    const KeyHandle small = newRsaKey(1024);
-    const TestCertificate smallAuthority = issue("Small", &rsaRoot, keyed(small, asAuthority()));
+    const IssuedCertificate rsaRoot = issue("RSA root", nullptr, asAuthority().key(Keys::rsa()));
+    const Key small = Keys::rsa(1024);
+    const IssuedCertificate smallAuthority = issue("Small", &rsaRoot, asAuthority().key(small));
     return {
-        {"a key of 1024 bits", true, bundle_, issue("small", &root_, keyed(small)), {}},
+        {"a key of 1024 bits", true, bundle_, issue("small", &root_, CertificateBuilder().key(small)), {}},
         {"an authority with a key of 1024 bits",
          true,
          rsaRoot.pem(),
          issue("leaf", &smallAuthority),
          {smallAuthority}},
-        {"SHA-1", true, rsaRoot.pem(), issue("sha1", &rsaRoot, digested("SHA1")), {}},
-        {"SHA-1 over an EC key", true, bundle_, issue("sha1", &root_, digested("SHA1")), {}},
-        {"MD5", true, rsaRoot.pem(), issue("md5", &rsaRoot, digested("MD5")), {}},
-        {"SHA-512", true, rsaRoot.pem(), issue("sha512", &rsaRoot, digested("SHA512")), {}},
+        {"SHA-1", true, rsaRoot.pem(), issue("sha1", &rsaRoot, CertificateBuilder().digest(EVP_sha1())), {}},
+        {"SHA-1 over an EC key",
+         true,
+         bundle_,
+         issue("sha1", &root_, CertificateBuilder().digest(EVP_sha1())),
+         {}},
+        {"MD5", true, rsaRoot.pem(), issue("md5", &rsaRoot, CertificateBuilder().digest(EVP_md5())), {}},
+        {"SHA-512",
+         true,
+         rsaRoot.pem(),
+         issue("sha512", &rsaRoot, CertificateBuilder().digest(EVP_sha512())),
+         {}},
         {"two certificates of one serial number",
          true,
          bundle_,
          [&] {
-             TestCertificateOptions options;
-             options.serial = 7;
-             issue("first", &root_, options);
-             return issue("second", &root_, options);
+             issue("first", &root_, CertificateBuilder().serial(7));
+             return issue("second", &root_, CertificateBuilder().serial(7));
          }(),
          {}},
     };
@@ -294,8 +290,12 @@ std::vector<Chain> LinuxCertVerifierChainsTest::chainsOfBundles() const {
         {"the leaf alone in the bundle", false, server_.pem(), server_, {}},
         {"root and intermediate in the bundle", true, bundle_ + authority_.pem(), server_, {}},
         {"a damaged bundle", false, bundle_ + half, server_, {authority_}},
-        {"a root with trust settings that reject it", false, root_.rejectedPem(), server_, {authority_}},
-        {"a revocation list in the bundle", true, bundle_ + root_.revocationListPem(), server_, {authority_}},
+        {"a root with trust settings that reject it", false, rejectedPemOf(root_), server_, {authority_}},
+        {"a revocation list in the bundle",
+         true,
+         bundle_ + revocationListPemOf(root_),
+         server_,
+         {authority_}},
     };
 }
 
@@ -319,7 +319,7 @@ int numberBehind(const std::string& text, const std::string& words) {
 
 Verdict LinuxCertVerifierChainsTest::ask(const Chain& chain) const {
     std::string sent;
-    for (const TestCertificate& certificate : chain.sent) {
+    for (const IssuedCertificate& certificate : chain.sent) {
         sent += certificate.pem();
     }
     BundleFolder::rewrite(folder_.path() + "leaf.pem", chain.leaf.pem());

@@ -33,6 +33,7 @@ protected:
 };
 
 using Lines = std::vector<std::string>;
+using X509Handle = std::unique_ptr<X509, decltype(&X509_free)>;
 
 TEST_F(LinuxCertVerifierTest, AChainToARootOfTheBundleIsValidAndLogsNothing) {
     BundleFolder::rewrite(folder_.first(), root_.pem());
@@ -55,7 +56,7 @@ TEST_F(LinuxCertVerifierTest, AFolderThatDoesNotExistIsNoError) {
 }
 
 TEST_F(LinuxCertVerifierTest, TheSecondBundleCountsOnlyWhereTheFirstIsMissing) {
-    const TestCertificate other = issue("Other", nullptr, asAuthority());
+    const IssuedCertificate other = issue("Other", nullptr, asAuthority());
     BundleFolder::rewrite(folder_.second(), root_.pem());
     EXPECT_EQ(VALID_ONLY, verifyAlone(authority_));
     BundleFolder::rewrite(folder_.first(), other.pem());
@@ -115,7 +116,7 @@ TEST_F(LinuxCertVerifierTest, NoCertificateIsNotTrusted) {
 
 TEST_F(LinuxCertVerifierTest, ACertificateThatHasNothingInItIsNotTrusted) {
     BundleFolder::rewrite(folder_.first(), root_.pem());
-    const X509Handle blank(X509_new());
+    const X509Handle blank(X509_new(), &X509_free);
     EXPECT_EQ(UNKNOWN_ONLY, verifier_->verifyCertificate(static_cast<const X509*>(blank.get())));
 }
 
@@ -129,9 +130,8 @@ TEST_F(LinuxCertVerifierTest, NoEnvironmentVariableNamesAnotherBundle) {
 }
 
 TEST_F(LinuxCertVerifierTest, TheErrorQueueIsLeftClean) {
-    TestCertificateOptions damaged;
-    damaged.damaged = true;
-    const TestCertificate forged = issue("forged.example.test", &root_, damaged);
+    const IssuedCertificate forged =
+        issue("forged.example.test", &root_, CertificateBuilder().brokenSignature());
     ERR_clear_error();
     const auto verifyAll = [&] {
         verifyAlone(forged);
@@ -165,7 +165,7 @@ TEST_F(LinuxCertVerifierTest, AnErrorOfTheCallersStaysInTheQueueOfAVerificationW
 X509Handle rootOfTheSystem() {
     const std::unique_ptr<std::FILE, int (*)(std::FILE*)> file(
         std::fopen("/etc/ssl/certs/ca-certificates.crt", "r"), &std::fclose);
-    X509Handle root;
+    X509Handle root(nullptr, &X509_free);
     while (file != nullptr) {
         root.reset(PEM_read_X509(file.get(), nullptr, nullptr, nullptr));
         if (root == nullptr || (X509_cmp_current_time(X509_get0_notBefore(root.get())) < 0 &&
@@ -204,12 +204,12 @@ int judge(X509_STORE_CTX* chain, void* verifier) {
 }
 
 /// True when a client that lets the verifier judge gets through the handshake.
-bool shakesHands(PlatformCertVerifier& verifier, const TestCertificate& leaf,
-                 const std::vector<TestCertificate>& sent) {
+bool shakesHands(PlatformCertVerifier& verifier, const IssuedCertificate& leaf,
+                 const std::vector<IssuedCertificate>& sent) {
     const SslContextHandle serverContext(SSL_CTX_new(TLS_server_method()));
     SSL_CTX_use_certificate(serverContext.get(), leaf.get());
     SSL_CTX_use_PrivateKey(serverContext.get(), leaf.key.get());
-    for (const TestCertificate& certificate : sent) {
+    for (const IssuedCertificate& certificate : sent) {
         SSL_CTX_add1_chain_cert(serverContext.get(), certificate.get());
     }
     const SslContextHandle clientContext(SSL_CTX_new(TLS_client_method()));
@@ -294,7 +294,7 @@ TEST_F(LinuxCertVerifierTest, ChangesOfTheBundleUnderEightThreadsCountFromTheNex
 TEST_F(LinuxCertVerifierTest, ManyThreadsWithOneStoreAllGetTheirOwnAnswer) {
     BundleFolder::rewrite(folder_.first(), root_.pem());
     waitUntilShared(folder_.first());
-    const TestCertificate stranger = issue("stranger.example.test", nullptr);
+    const IssuedCertificate stranger = issue("stranger.example.test", nullptr);
     std::vector<std::thread> threads;
     threads.reserve(16);
     for (int i = 0; i < 16; ++i) {

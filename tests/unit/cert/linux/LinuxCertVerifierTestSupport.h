@@ -24,10 +24,10 @@ protected:
     LinuxCertVerifierTestBase() { LinuxCertVerifier::setTrustSourceForTests(&source_); }
     ~LinuxCertVerifierTestBase() override { LinuxCertVerifier::setTrustSourceForTests(nullptr); }
 
-    Statuses verifyAlone(const TestCertificate& leaf) const {
+    Statuses verifyAlone(const IssuedCertificate& leaf) const {
         return verifier_->verifyCertificate(leaf.get());
     }
-    Statuses verifySent(const TestCertificate& leaf, const std::vector<TestCertificate>& sent) const {
+    Statuses verifySent(const IssuedCertificate& leaf, const std::vector<IssuedCertificate>& sent) const {
         return verifier_->verifyCertificate(HandshakeContext(leaf, sent).get());
     }
 
@@ -40,9 +40,9 @@ protected:
     const BundleFolder folder_;
     LinuxCertVerifier::TrustSource source_{folder_.path(), TrustStoreCache(std::chrono::nanoseconds(0))};
     const std::shared_ptr<PlatformCertVerifier> verifier_ = PlatformCertVerifier::createInstance();
-    const TestCertificate root_ = issue("Root", nullptr, asAuthority());
-    const TestCertificate authority_ = issue("Authority", &root_, asAuthority());
-    const TestCertificate server_ = issue("server.example.test", &authority_);
+    const IssuedCertificate root_ = issue("Root", nullptr, asAuthority());
+    const IssuedCertificate authority_ = issue("Authority", &root_, asAuthority());
+    const IssuedCertificate server_ = issue("server.example.test", &authority_);
 };
 
 }  // namespace zeb::cert::test

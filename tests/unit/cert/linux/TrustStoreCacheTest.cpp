@@ -50,16 +50,8 @@ std::vector<std::string> contentByOpenSsl(const std::string& path) {
     return contentOf(store.get());
 }
 
-std::string derOf(const TestCertificate& certificate) {
-    unsigned char* der = nullptr;
-    const int size = i2d_X509(certificate.get(), &der);
-    std::string text(reinterpret_cast<char*>(der), static_cast<std::size_t>(size));
-    OPENSSL_free(der);
-    return text;
-}
-
 /// A bundle of just that certificate, and of one size whichever it is.
-std::string bundleOf(const TestCertificate& certificate) {
+std::string bundleOf(const IssuedCertificate& certificate) {
     std::string bundle = certificate.pem();
     bundle.resize(2000, '\n');
     return bundle;
@@ -69,8 +61,8 @@ class TrustStoreCacheTest : public testing::Test {
 protected:
     ~TrustStoreCacheTest() override { ERR_clear_error(); }
 
-    void expectContent(const TestCertificate& certificate) {
-        EXPECT_EQ(std::vector<std::string>{derOf(certificate)}, contentOf(cache_.load(bundle_).get()));
+    void expectContent(const IssuedCertificate& certificate) {
+        EXPECT_EQ(std::vector<std::string>{certificate.der()}, contentOf(cache_.load(bundle_).get()));
     }
     void expectNothing() { EXPECT_TRUE(contentOf(cache_.load(bundle_).get()).empty()); }
 
@@ -82,8 +74,8 @@ protected:
 
     const BundleFolder folder_;
     const std::string bundle_ = folder_.first();
-    const TestCertificate one_ = issue("One", nullptr, asAuthority());
-    const TestCertificate other_ = issue("Other", nullptr, asAuthority());
+    const IssuedCertificate one_ = issue("One", nullptr, asAuthority());
+    const IssuedCertificate other_ = issue("Other", nullptr, asAuthority());
     TrustStoreCache cache_{nanoseconds(0)};
 };
 
@@ -172,10 +164,10 @@ TEST_F(TrustStoreCacheTest, ChangesThatNoTimeStampTellsApartCountFromTheNextCall
     const FstatSeam seam(&coarsen);
     BundleFolder::rewrite(bundle_, bundleOf(one_));
     for (int i = 0; i < 100; ++i) {
-        const TestCertificate& written = i % 2 == 0 ? other_ : one_;
+        const IssuedCertificate& written = i % 2 == 0 ? other_ : one_;
         std::fstream file(bundle_, std::ios::binary | std::ios::in | std::ios::out);
         file << bundleOf(written) << std::flush;
-        ASSERT_EQ(std::vector<std::string>{derOf(written)}, contentOf(cache.load(bundle_).get())) << i;
+        ASSERT_EQ(std::vector<std::string>{written.der()}, contentOf(cache.load(bundle_).get())) << i;
     }
 }
 
@@ -194,7 +186,7 @@ TEST_F(TrustStoreCacheTest, ABundleRewrittenWhileItIsReadCountsAsItIsFromTheNext
             EXPECT_EQ(1U, contentOf(cache.load(bundle_).get()).size());
             EXPECT_EQ(2, looks);
         }
-        EXPECT_EQ(std::vector<std::string>{derOf(other_)}, contentOf(cache.load(bundle_).get()));
+        EXPECT_EQ(std::vector<std::string>{other_.der()}, contentOf(cache.load(bundle_).get()));
         EXPECT_EQ(cache.load(bundle_), cache.load(bundle_));
     }
 }
@@ -208,7 +200,7 @@ TEST_F(TrustStoreCacheTest, AStoreInUseOutlivesTheNextOneAndTheCache) {
         BundleFolder::rewrite(bundle_, bundleOf(other_));
         EXPECT_NE(held, cache.load(bundle_));
     }
-    EXPECT_EQ(std::vector<std::string>{derOf(one_)}, contentOf(held.get()));
+    EXPECT_EQ(std::vector<std::string>{one_.der()}, contentOf(held.get()));
 }
 
 TEST_F(TrustStoreCacheTest, ABundleThatCannotBeOpenedAnyMoreGivesNothingThoughItIsTheSameFile) {
@@ -225,11 +217,12 @@ TEST_F(TrustStoreCacheTest, ABundleThatCannotBeOpenedAnyMoreGivesNothingThoughIt
 }
 
 TEST_F(TrustStoreCacheTest, WhatIsNoRegularFileIsReadForEachCall) {
-    BundleFolder::rewrite(folder_.second(), bundleOf(one_));
     ASSERT_EQ(0, ::mkfifo(bundle_.c_str(), S_IRUSR | S_IWUSR));
-    for (const TestCertificate& certificate : {one_, other_}) {
+    TrustStoreCache cache{SETTLED_AT_ONCE};
+    const FstatSeam seam([](struct stat& status) { status.st_mtim = status.st_ctim = {}; });
+    for (const IssuedCertificate& certificate : {one_, other_}) {
         std::thread writer([&] { std::ofstream(bundle_) << bundleOf(certificate); });
-        expectContent(certificate);
+        EXPECT_EQ(std::vector<std::string>{certificate.der()}, contentOf(cache.load(bundle_).get()));
         writer.join();
     }
 }
@@ -257,7 +250,7 @@ std::string withCrLf(const std::string& text) {
 }
 
 /// An unencrypted key, or one that needs a password.
-std::string keyPem(const TestCertificate& certificate, const char* password) {
+std::string keyPem(const IssuedCertificate& certificate, const char* password) {
     BIO* const bio = BIO_new(BIO_s_mem());
     PEM_write_bio_PrivateKey_traditional(
         bio, certificate.key.get(), password != nullptr ? EVP_aes_128_cbc() : nullptr,
@@ -270,7 +263,7 @@ std::string keyPem(const TestCertificate& certificate, const char* password) {
 }
 
 /// A certificate under a password, which few have ever seen, but PEM has it.
-std::string encryptedPem(const TestCertificate& certificate) {
+std::string encryptedPem(const IssuedCertificate& certificate) {
     BIO* const bio = BIO_new(BIO_s_mem());
     char password[] = "secret";
     PEM_ASN1_write_bio(reinterpret_cast<i2d_of_void*>(&i2d_X509), PEM_STRING_X509, bio, certificate.get(),
@@ -285,7 +278,7 @@ std::string encryptedPem(const TestCertificate& certificate) {
 TEST_F(TrustStoreCacheTest, WhateverIsInTheFileTheStoreIsWhatOpenSslMakesOfIt) {
     const std::string one = one_.pem();
     const std::string other = other_.pem();
-    const std::string list = one_.revocationListPem();
+    const std::string list = revocationListPemOf(one_);
     struct Row {
         const char* name;
         std::string content;
@@ -305,7 +298,7 @@ TEST_F(TrustStoreCacheTest, WhateverIsInTheFileTheStoreIsWhatOpenSslMakesOfIt) {
         {"the old label", replaced(replaced(one, "BEGIN ", "BEGIN X509 "), "END ", "END X509 "), 1},
         {"a revocation list alone", list, 1},
         {"a certificate and a revocation list", one + list, 2},
-        {"a certificate with trust settings", one_.rejectedPem() + other, 2},
+        {"a certificate with trust settings", rejectedPemOf(one_) + other, 2},
         {"a label that nobody knows", one + "-----BEGIN THING-----\nQUJD\n-----END THING-----\n" + other, 2},
         {"a key", one + keyPem(one_, nullptr) + other, 2},
         {"a key under a password", one + keyPem(one_, "secret") + other, 2},
