@@ -6,6 +6,7 @@
 #include "ConsoleListener.h"
 #include "MakeRequest.h"
 #include "ProxyPrompt.h"
+#include "RefusedCertificates.h"
 #include "http/BasicHttpClient.h"
 #include "http/HttpRequestOptions.h"
 #include "http/ProxyAuthenticationHandler.h"
@@ -82,6 +83,9 @@ void report(const Outcome& outcome, const Request& request) {
         }
     }
     std::cerr << "\n";
+    if (outcome.result == HttpClientResult::CERTIFICATE_VALIDATION_ERROR) {
+        zebget::tellRefusedCertificates();
+    }
 }
 
 /// The handler of proxy credentials keeps its callbacks as long as the process lives.
