@@ -1,7 +1,10 @@
 #include "netutils/NetUtilsFactory.h"
 
+#include "cert/common/CertVerifier.h"
+#include "cert/common/CertVerifierFactory.h"
 #include "core/ThreadPool.h"
 #include "http/BasicHttpClientImpl.h"
+#include "netutils/adapters/HttpCertAdapter.h"
 #include "version/Version.h"
 
 #include <utility>
@@ -28,7 +31,7 @@ NetUtilsFactory::NetUtilsFactory() {
 }
 
 std::shared_ptr<http::BasicHttpClient> NetUtilsFactory::createBasicHttpClient() {
-    return createBasicHttpClient(createDefaultPool());
+    return createBasicHttpClient(cert::CertVerifierFactory::createCertVerifier(), createDefaultPool());
 }
 
 std::shared_ptr<http::BasicHttpClient> NetUtilsFactory::createBasicHttpClient(
@@ -38,15 +41,15 @@ std::shared_ptr<http::BasicHttpClient> NetUtilsFactory::createBasicHttpClient(
 
 std::shared_ptr<http::BasicHttpClient> NetUtilsFactory::createBasicHttpClient(
     std::shared_ptr<ThreadPool> threadPool) {
-    return createBasicHttpClient(std::shared_ptr<cert::CertVerifier>(), std::move(threadPool));
+    return createBasicHttpClient(cert::CertVerifierFactory::createCertVerifier(), std::move(threadPool));
 }
 
 std::shared_ptr<http::BasicHttpClient> NetUtilsFactory::createBasicHttpClient(
-    std::shared_ptr<cert::CertVerifier> /*certVerifier*/, std::shared_ptr<ThreadPool> threadPool) {
-    // This build has neither a certificate verifier nor an edge layer nor network events: a
-    // cert::CertVerifier can't exist yet, so the client gets none and refuses every certificate.
-    return http::BasicHttpClientImpl::buildBasicHttpClientImpl(nullptr, nullptr, std::move(threadPool),
-                                                               nullptr);
+    std::shared_ptr<cert::CertVerifier> certVerifier, std::shared_ptr<ThreadPool> threadPool) {
+    // This build has neither an edge layer nor network events.
+    return http::BasicHttpClientImpl::buildBasicHttpClientImpl(
+        nullptr, std::make_shared<adapters::HttpCertAdapter>(std::move(certVerifier)), std::move(threadPool),
+        nullptr);
 }
 
 }  // namespace zeb::netutils

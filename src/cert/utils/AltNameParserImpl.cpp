@@ -2,6 +2,7 @@
 
 #include "cert/utils/OpenSslHandles.h"
 #include "core/Log.h"
+#include "ip/IpUtils.h"
 
 #include <algorithm>
 #include <cstddef>
@@ -99,16 +100,14 @@ bool readOid(const ASN1_OBJECT* object, std::string& oid) {
     return true;
 }
 
-/// Whether what follows "*." reads as an IP address, which has no labels for a wildcard to stand for.
-bool looksLikeIpAddress(std::string_view text) {
-    // Wherever it stands: no label of a host name has a ':', and an IPv6 address may begin with a letter.
-    if (text.find(':') != std::string_view::npos) {
-        return true;
-    }
+/// A ':' reads as an address at once, digits in groups of up to three do at the end, letters never do.
+bool readsAsAddress(std::string_view text) {
     int digits = 0;
     for (const char character : text) {
         if (isDigit(character)) {
             digits = std::min(digits + 1, DIGITS_OF_NO_OCTET);
+        } else if (character == ':') {
+            return true;
         } else if (character != '.' || digits == 0 || digits == DIGITS_OF_NO_OCTET) {
             return false;
         } else {
@@ -116,6 +115,12 @@ bool looksLikeIpAddress(std::string_view text) {
         }
     }
     return true;
+}
+
+/// Whether what follows "*." is an IP address, which has no labels for a wildcard to stand for. IPv6
+/// addresses may begin with a letter.
+bool looksLikeIpAddress(std::string_view text) {
+    return readsAsAddress(text) || ip::IpUtils::isIpv6Address(std::string(text));
 }
 
 std::string_view parentDomain(std::string_view domain) {

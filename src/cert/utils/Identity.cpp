@@ -18,11 +18,12 @@ public:
         }
     }
 
+    /// The name ends with the bracket that opens.
     void add(const char* name, const std::vector<std::string>& values) {
         if (values.empty()) {
             return;
         }
-        begin(name) << "[";
+        begin(name);
         const char* separator = "";
         for (const std::string& value : values) {
             stream_ << separator << "'" << value << "'";
@@ -140,7 +141,7 @@ std::string Identity::toString() const {
     Parts parts;
     parts.add("Mandatory reference identifier for SNI: ", referenceIdentifierForSNI_);
     parts.add("Mandatory reference identifier: ", mandatoryReferenceIdentifier_);
-    parts.add("Reference identifiers: ", referenceIdentifiers_);
+    parts.add("Reference identifiers: [", referenceIdentifiers_);
     parts.add("Identifier to display: ", identifierToDisplay_);
     parts.add("Matched reference Identifier: ", matchedReferenceIdentifier_);
     return parts.text();

@@ -57,13 +57,13 @@ const char* KeyStrengthParserImpl::publicKeyTypeToString(int type) {
             return "rsa";
         case EVP_PKEY_DH:
             return "dhKeyAgreement";
-        case EVP_PKEY_DSA3:
+        case EVP_PKEY_DSA2:
             return "dsaWithSHA";
         case EVP_PKEY_DSA1:
             return "dsaEncryption-old";
         case EVP_PKEY_DSA4:
             return "dsaWithSHA1-old";
-        case EVP_PKEY_DSA2:
+        case EVP_PKEY_DSA3:
             return "dsaWithSHA1";
         case EVP_PKEY_DSA:
             return "dsaEncryption";

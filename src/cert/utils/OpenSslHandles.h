@@ -6,7 +6,9 @@ struct bio_st;
 struct evp_pkey_st;
 struct stack_st_ASN1_OBJECT;
 struct stack_st_GENERAL_NAME;
+struct stack_st_X509_INFO;
 struct x509_st;
+struct x509_store_ctx_st;
 
 namespace zeb::cert {
 
@@ -15,7 +17,9 @@ struct OpenSslRelease {
     void operator()(evp_pkey_st* key) const;
     void operator()(stack_st_ASN1_OBJECT* objects) const;
     void operator()(stack_st_GENERAL_NAME* names) const;
+    void operator()(stack_st_X509_INFO* entries) const;
     void operator()(x509_st* certificate) const;
+    void operator()(x509_store_ctx_st* context) const;
 };
 
 template <typename T>
