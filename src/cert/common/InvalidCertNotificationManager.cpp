@@ -157,7 +157,7 @@ PromptDecision::Decision InvalidCertNotificationManager::promptUserForAction(
                                                                      << " with fingerprint " << fingerprint
                                                                      << " reporting failure " << statuses);
     ScopedLock lock(requestsMutex_);
-    const auto found = getDecisionFromInProgressRequest(fingerprint, accessor);
+    const auto found = getDecisionFromOtherRequests(fingerprint, accessor);
     if (found != PromptDecision::UNKNOWN) {
         ZEB_LOG_INFO(log::cert(), "Got a decision from in progress request : " << found);
         return found;
@@ -188,7 +188,7 @@ void InvalidCertNotificationManager::displayCertWarning(
                                                                    << " with fingerprint " << fingerprint
                                                                    << " reporting failure " << statuses);
     ScopedLock lock(requestsMutex_);
-    const auto found = getDecisionFromInProgressRequest(fingerprint, accessor);
+    const auto found = getDecisionFromOtherRequests(fingerprint, accessor);
     if (found != PromptDecision::UNKNOWN) {
         ZEB_LOG_INFO(log::cert(), "Got a decision from in progress request: " << found);
         return;
@@ -219,6 +219,17 @@ void InvalidCertNotificationManager::reportRejectedCert(const std::string& finge
         listener->reportRejectedCert(fingerprint, commonName, identifierToDisplay, statuses, leafPem,
                                      chainPem);
     });
+}
+
+PromptDecision::Decision InvalidCertNotificationManager::getDecisionFromOtherRequests(
+    const std::string& fingerprint, const CertificateCacheAccessor& accessor) {
+    const auto decision = getDecisionFromInProgressRequest(fingerprint, accessor);
+    if (decision != PromptDecision::UNKNOWN) {
+        return decision;
+    }
+    // The request that this thread would have joined may have ended since it looked into the cache: without
+    // another look, now that no request can begin or end, the user would be asked twice.
+    return PromptDecision::build(accessor.buildDecisionFromCache());
 }
 
 PromptDecision::Decision InvalidCertNotificationManager::getDecisionFromInProgressRequest(

@@ -98,7 +98,7 @@ public:
                                                  const CertificateCacheAccessor& accessor);
 
     /// Shows a warning, and remembers an acceptance (`succeed`) or a rejection as a user's decision. Shows
-    /// nothing when it had to wait for another request and found its decision. Throws as above.
+    /// nothing when another request for the same certificate brought a decision. Throws as above.
     void displayCertWarning(const std::string& commonName, const std::string& identifier,
                             const std::string& identifierToDisplay,
                             const std::set<CertStatus::Status>& statuses, const std::string& fingerprint,
@@ -129,6 +129,8 @@ private:
     InvalidCertNotificationManager();
 
     std::shared_ptr<InvalidCertListener> listenerOrThrow(const char* failure) const;
+    PromptDecision::Decision getDecisionFromOtherRequests(const std::string& fingerprint,
+                                                          const CertificateCacheAccessor& accessor);
     PromptDecision::Decision getDecisionFromInProgressRequest(const std::string& fingerprint,
                                                               const CertificateCacheAccessor& accessor);
     void sendRequest(const InvalidCertInfo& info, const char* noListener, ScopedLock& requestsLock);
