@@ -10,7 +10,7 @@ using zeb::test::StoreContext;
 
 class LinuxCertVerifierSecurityLevelTest : public LinuxCertVerifierTestBase {
 protected:
-    LinuxCertVerifierSecurityLevelTest() { folder_.write("ca-certificates.crt", root_.pem()); }
+    LinuxCertVerifierSecurityLevelTest() { BundleFolder::rewrite(folder_.first(), root_.pem()); }
 
     /// As a handshake of that level hands it over; -1 stands for none.
     Statuses verifyAt(int level, const IssuedCertificate& leaf) const {
