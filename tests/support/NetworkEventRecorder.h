@@ -4,6 +4,7 @@
 #include "netutils/NetworkEventReporterImpl.h"
 #include "netutils/NetworkEventReporterObserver.h"
 
+#include <algorithm>
 #include <chrono>
 #include <condition_variable>
 #include <cstddef>
@@ -54,25 +55,28 @@ public:
     void onNetworkEvent(const std::string& eventName) override { record_.add(eventName); }
 
     Events waitFor(std::size_t count) const { return record_.waitFor(count); }
-    /// All that was reported before this call: reports are told in their order, so it sends one more behind
-    /// them, "hintHostOsIpInterfaceChanged", waits for that, and leaves it out.
-    Events allReported() const {
+    /// All that was reported before this call. Reports are told in their order, so it sends one more behind
+    /// them, FENCE, and waits for that; such reports are left out. For one thread.
+    Events allReported() {
         netutils::NetworkEventReporterImpl(netutils::NetworkEventReporterObserver::getInstance())
             .hintHostOsIpInterfaceChanged("test.behindAllOthers");
-        for (std::size_t count = 1;; ++count) {
-            Events events = record_.waitFor(count);
-            if (events.size() < count) {
+        ++fences_;
+        Events events;
+        do {
+            const std::size_t seen = events.size();
+            events = record_.waitFor(seen + 1);
+            if (events.size() == seen) {
                 return {"the last report was never heard"};
             }
-            if (events.back() == "hintHostOsIpInterfaceChanged") {
-                events.pop_back();
-                return events;
-            }
-            count = events.size();
-        }
+        } while (std::count(events.begin(), events.end(), FENCE) != fences_);
+        events.erase(std::remove(events.begin(), events.end(), FENCE), events.end());
+        return events;
     }
 
 private:
+    static constexpr char FENCE[] = "hintHostOsIpInterfaceChanged";
+
+    std::ptrdiff_t fences_ = 0;
     EventRecord record_;
 };
 
