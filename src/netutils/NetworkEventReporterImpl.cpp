@@ -6,12 +6,15 @@
 #include "core/ThreadPool.h"
 #include "netutils/EdgeEventForwarder.h"
 #include "netutils/NetworkEventReporterObserver.h"
+#include "netutils/NetworkEventTask.h"
 
 #include <utility>
 
 namespace zeb::netutils {
 
 namespace {
+
+using Type = NetworkEventTask::Type;
 
 constexpr unsigned int NO_THREAD = 0;
 constexpr unsigned int ONE_THREAD = 1;
@@ -62,6 +65,11 @@ private:
     std::shared_ptr<ThreadPool> pool_;
 };
 
+void enqueueHint(const std::shared_ptr<NetworkEventReporterObserver>& observer, Type type,
+                 const std::string& label) {
+    ReporterPool::getInstance().enqueue(std::make_shared<NetworkEventTask>(type, label, observer));
+}
+
 void logHint(const std::string& label) {
     ZEB_LOG_INFO(log::netutils(), "Event Label:" << label);
 }
@@ -74,24 +82,23 @@ NetworkEventReporterImpl::NetworkEventReporterImpl(std::shared_ptr<NetworkEventR
 NetworkEventReporterImpl::~NetworkEventReporterImpl() = default;
 
 void NetworkEventReporterImpl::hintNetworkInterfaceMightHaveDropped(const std::string& label) {
-    enqueueHint(NetworkEventTask::Type::HINT_NETWORK_INTERFACE_MIGHT_HAVE_DROPPED, label);
+    enqueueHint(observer_, Type::HINT_NETWORK_INTERFACE_MIGHT_HAVE_DROPPED, label);
 }
 
 void NetworkEventReporterImpl::hintNetworkStackNotReady(const std::string& label) {
-    enqueueHint(NetworkEventTask::Type::HINT_NETWORK_STACK_NOT_READY, label);
+    enqueueHint(observer_, Type::HINT_NETWORK_STACK_NOT_READY, label);
 }
 
 void NetworkEventReporterImpl::hintNetworkIsInUse(const std::string& label) {
-    enqueueHint(NetworkEventTask::Type::HINT_NETWORK_IS_IN_USE, label);
+    enqueueHint(observer_, Type::HINT_NETWORK_IS_IN_USE, label);
 }
 
 void NetworkEventReporterImpl::hintHostOsIpInterfaceChanged(const std::string& label) {
-    enqueueHint(NetworkEventTask::Type::HINT_HOST_OS_IP_INTERFACE_CHANGED, label);
+    enqueueHint(observer_, Type::HINT_HOST_OS_IP_INTERFACE_CHANGED, label);
 }
 
 void NetworkEventReporterImpl::edgeInfrastructureEvent(const std::string& label, const std::string& server) {
-    auto task = std::make_shared<NetworkEventTask>(NetworkEventTask::Type::EDGE_INFRASTRUCTURE_EVENT, label,
-                                                   observer_);
+    auto task = std::make_shared<NetworkEventTask>(Type::EDGE_INFRASTRUCTURE_EVENT, label, observer_);
     task->setServerForEdgeEvent(server);
     ReporterPool::getInstance().enqueue(std::move(task));
 }
@@ -138,10 +145,6 @@ void NetworkEventReporterImpl::edgeInfrastructureEventImpl(const std::string& la
                  "Event Label: " << label << " server: '" << ZEBLogger_replacePIIData(server) << "'");
     tellCallbacks("hintedgeInfrastructureEvent");
     EdgeEventForwarder::forwardInfrastructureEvent(label, server);
-}
-
-void NetworkEventReporterImpl::enqueueHint(NetworkEventTask::Type type, const std::string& label) {
-    ReporterPool::getInstance().enqueue(std::make_shared<NetworkEventTask>(type, label, observer_));
 }
 
 void NetworkEventReporterImpl::tellCallbacks(const char* eventName) {

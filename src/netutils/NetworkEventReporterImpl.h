@@ -2,7 +2,6 @@
 
 #include "core/Export.h"
 #include "netutils/NetworkEventReporter.h"
-#include "netutils/NetworkEventTask.h"
 
 #include <memory>
 #include <string>
@@ -43,7 +42,6 @@ public:
     void edgeInfrastructureEventImpl(const std::string& label, const std::string& server);
 
 private:
-    void enqueueHint(NetworkEventTask::Type type, const std::string& label);
     void tellCallbacks(const char* eventName);
 
     const std::shared_ptr<NetworkEventReporterObserver> observer_;
