@@ -1,5 +1,3 @@
-#include "http/BasicHttpClient.h"
-#include "http/BasicHttpClientImpl.h"
 #include "netutils/GlobalInit.h"
 #include "netutils/NetUtilsFactory.h"
 #include "netutils/adapters/HttpEventReporterAdapter.h"
@@ -36,20 +34,19 @@ protected:
         const auto transformer = std::make_shared<FakeTransformer>();
         transformer->url = edgeUrl;
         transformer->failoverUrls = failoverUrls;
-        const auto client =
-            makeClient(transformer, std::make_shared<netutils::adapters::HttpEventReporterAdapter>(
-                                        NetUtilsFactory().createNetworkEventReporter()));
-        return client->execute(makeRequest("http://inside.invalid/"), response_);
+        return makeClient(transformer, reporter_)->execute(makeRequest("http://inside.invalid/"), response_);
     }
 
+    const std::shared_ptr<HttpNetworkEventReporter> reporter_ =
+        std::make_shared<netutils::adapters::HttpEventReporterAdapter>(
+            NetUtilsFactory().createNetworkEventReporter());
     const std::shared_ptr<NetworkEventRecorder> recorder_ = NetworkEventRecorder::registered();
     const LogCapture log_;
     Response response_;
 };
 
 TEST_F(NetworkEventsLabTest, ARefusedCertificateSaysNothingOfTheNetwork) {
-    const auto client = NetUtilsFactory().createBasicHttpClient();
-    ASSERT_EQ(client->execute(makeRequest(lab::secureUrl("/text")), response_),
+    ASSERT_EQ(makeClient(nullptr, reporter_)->execute(makeRequest(lab::secureUrl("/text")), response_),
               HttpClientResult::CERTIFICATE_VALIDATION_ERROR);
     EXPECT_TRUE(recorder_->allReported().empty());
 }
