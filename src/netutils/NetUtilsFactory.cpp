@@ -55,4 +55,8 @@ std::shared_ptr<http::BasicHttpClient> NetUtilsFactory::createBasicHttpClient(
         std::make_shared<adapters::HttpEventReporterAdapter>(createNetworkEventReporter()));
 }
 
+std::shared_ptr<NetworkEventReporter> NetUtilsFactory::createNetworkEventReporter() {
+    return std::make_shared<NetworkEventReporterImpl>(NetworkEventReporterObserver::getInstance());
+}
+
 }  // namespace zeb::netutils
