@@ -6,11 +6,20 @@
 #include "http/Proxy.h"
 #include "http/SystemProxyResolver.h"
 
+#include <map>
+
 #include <CLI/CLI.hpp>
 
 namespace zebget {
 
 namespace {
+
+const std::map<std::string, InsecurePolicy> INSECURE_POLICIES{
+    {"fail", InsecurePolicy::FAIL},
+    {"succeed", InsecurePolicy::SUCCEED},
+    {"notify", InsecurePolicy::NOTIFY},
+    {"prompt", InsecurePolicy::PROMPT},
+};
 
 /// "user" or "user:password", which is then wiped.
 void splitUser(std::string& text, std::string& user, zeb::SecureString& password) {
@@ -55,10 +64,11 @@ std::string checkHeader(const std::string& text) {
 
 std::unique_ptr<Arguments> parseArguments(int argc, char** argv, int& exitStatus) {
     CLI::App app(
-        "Gets, posts, downloads or uploads one URL. The body goes to standard output, all else to standard "
-        "error.\nThe exit status is 0 only if an answer came, whatever its HTTP status; else the number of "
-        "the "
-        "result.");
+        "Gets, posts, downloads or uploads one URL, or gets several at once. The bodies go to standard "
+        "output, all "
+        "else to standard error.\nThe exit status is 0 only if every answer came, whatever its HTTP status; "
+        "else "
+        "the number of the first other result.");
     app.name("zebget");
     auto arguments = std::make_unique<Arguments>();
     std::vector<std::string> headers;
@@ -69,7 +79,9 @@ std::unique_ptr<Arguments> parseArguments(int argc, char** argv, int& exitStatus
     std::string proxyUser;
     std::string bearer;
 
-    app.add_option("url", arguments->url, "What to ask for")->required()->type_name("URL");
+    app.add_option("url", arguments->urls, "What to ask for; several are asked for at once")
+        ->required()
+        ->type_name("URL...");
     auto* const post = app.add_option("--post", arguments->postFile, "POST with this file as the body");
     auto* const download =
         app.add_option("--download", arguments->downloadTo, "GET into this file, with progress");
@@ -93,6 +105,11 @@ std::unique_ptr<Arguments> parseArguments(int argc, char** argv, int& exitStatus
         ->check(checkSystemProxy);
     app.add_option("--proxy-user", proxyUser, "USER[:PASSWORD] for a proxy that asks; asks for the password")
         ->type_name("USER");
+    app.add_option("--insecure-policy", arguments->insecurePolicy,
+                   "What to do about a certificate that is not good: fail, succeed, notify (warn and go on), "
+                   "prompt (ask; the default, which rejects where there is no terminal)")
+        ->type_name("WHAT")
+        ->transform(CLI::CheckedTransformer(INSECURE_POLICIES).description(""));
     app.add_flag("--no-follow", arguments->noFollow, "Redirects are answers");
     app.add_flag("--progress", arguments->progress, "Shows the progress, also where there is no terminal");
     app.add_flag("--timing", arguments->timing, "Tells how long it took");
@@ -119,6 +136,10 @@ std::unique_ptr<Arguments> parseArguments(int argc, char** argv, int& exitStatus
         app.parse(argc, argv);
     } catch (const CLI::ParseError& end) {
         exitStatus = app.exit(end);
+        return nullptr;
+    }
+    if (arguments->urls.size() > 1 && (arguments->downloadTo || arguments->uploadFile)) {
+        exitStatus = app.exit(CLI::ValidationError("A file is for one URL"));
         return nullptr;
     }
     for (const std::string& header : headers) {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "CertificatePrompt.h"
 #include "core/SecureString.h"
 
 #include <memory>
@@ -16,7 +17,7 @@ namespace zebget {
 
 /// What the user typed.
 struct Arguments {
-    std::string url;
+    std::vector<std::string> urls;  ///< at least one
     std::vector<std::string> failoverUrls;
     std::optional<std::string> postFile;
     std::optional<std::string> downloadTo;
@@ -30,6 +31,7 @@ struct Arguments {
     std::shared_ptr<zeb::http::Proxy> proxy;  ///< null: none of its own
     std::string proxyUser;
     zeb::SecureString proxyPassword;  ///< empty: ask when the proxy asks
+    InsecurePolicy insecurePolicy = InsecurePolicy::PROMPT;
     bool systemProxy = false;
     bool noFollow = false;
     bool progress = false;

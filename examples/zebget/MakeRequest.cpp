@@ -40,8 +40,8 @@ void setCredentials(const Arguments& arguments, HttpRequestOptions& options) {
 
 /// A cookie comes in the form of a cookie file: for this host alone, all paths, http as well as https, no
 /// end.
-void addCookies(const Arguments& arguments, HttpRequestOptions& options) {
-    const std::string host = zeb::http::HttpUtils::extractHostFromHttpUrl(arguments.url);
+void addCookies(const Arguments& arguments, const std::string& url, HttpRequestOptions& options) {
+    const std::string host = zeb::http::HttpUtils::extractHostFromHttpUrl(url);
     for (const auto& [name, value] : arguments.cookies) {
         std::string line = host + "\tFALSE\t/\tFALSE\t0\t";
         line.append(name).append("\t").append(value);
@@ -69,9 +69,9 @@ void setProxy(const Arguments& arguments, Request& request) {
 
 }  // namespace
 
-std::shared_ptr<Request> makeRequest(const Arguments& arguments) {
+std::shared_ptr<Request> makeRequest(const Arguments& arguments, const std::string& url) {
     // A request that may have a form; without parts it is one like any other.
-    auto request = std::make_shared<MultiformRequest>(arguments.url);
+    auto request = std::make_shared<MultiformRequest>(url);
     HttpRequestOptions& options = *request->getOptions();
     options.failoverUrls = arguments.failoverUrls;
     *options.headers = arguments.headers;
@@ -84,7 +84,7 @@ std::shared_ptr<Request> makeRequest(const Arguments& arguments) {
         addForm(arguments, *request);
     }
     setCredentials(arguments, options);
-    addCookies(arguments, options);
+    addCookies(arguments, url, options);
     setProxy(arguments, *request);
     return request;
 }

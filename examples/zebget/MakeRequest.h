@@ -1,6 +1,7 @@
 #pragma once
 
 #include <memory>
+#include <string>
 
 namespace zeb::http {
 class Request;
@@ -10,7 +11,7 @@ namespace zebget {
 
 struct Arguments;
 
-/// The request that the user asked for.
-std::shared_ptr<zeb::http::Request> makeRequest(const Arguments& arguments);
+/// What the user asked for, of that URL.
+std::shared_ptr<zeb::http::Request> makeRequest(const Arguments& arguments, const std::string& url);
 
 }  // namespace zebget

@@ -3,9 +3,12 @@
 /// before the response, clean up when the last client has gone.
 
 #include "Arguments.h"
+#include "CertificatePrompt.h"
 #include "ConsoleListener.h"
 #include "MakeRequest.h"
 #include "ProxyPrompt.h"
+#include "RefusedCertificates.h"
+#include "cert/common/CertVerifier.h"
 #include "http/BasicHttpClient.h"
 #include "http/HttpRequestOptions.h"
 #include "http/ProxyAuthenticationHandler.h"
@@ -18,10 +21,13 @@
 #include <chrono>
 #include <csignal>
 #include <cstdio>
+#include <future>
 #include <iostream>
+#include <iterator>
 #include <memory>
 #include <string>
 #include <unistd.h>
+#include <vector>
 
 namespace {
 
@@ -33,14 +39,17 @@ using zebget::Arguments;
 using zebget::ConsoleListener;
 using Outcome = ConsoleListener::Outcome;
 
-Request* runningRequest = nullptr;
+/// Changed only while no interrupt is handled.
+std::vector<std::shared_ptr<Request>> runningRequests;
 
-/// Ctrl-C: the transfer ends with REQUEST_CANCELLED, and all ends as it always does. cancel() sets an atomic
-/// flag and nothing else, so a signal handler may call it.
+/// Ctrl-C: the transfers end with REQUEST_CANCELLED, and all ends as it always does. cancel() sets an atomic
+/// flag and nothing else, so a signal handler may call it. The second one ends zebget at once: it may be in
+/// the middle of a question.
 void cancelOnInterrupt(int /*signal*/) {
-    if (runningRequest != nullptr) {
-        runningRequest->cancel();
+    for (const std::shared_ptr<Request>& request : runningRequests) {
+        request->cancel();
     }
+    std::signal(SIGINT, SIG_DFL);
 }
 
 HttpClientError::Error enqueue(BasicHttpClient& client, const Arguments& arguments,
@@ -82,6 +91,9 @@ void report(const Outcome& outcome, const Request& request) {
         }
     }
     std::cerr << "\n";
+    if (outcome.result == HttpClientResult::CERTIFICATE_VALIDATION_ERROR) {
+        zebget::tellRefusedCertificates();
+    }
 }
 
 /// The handler of proxy credentials keeps its callbacks as long as the process lives.
@@ -91,26 +103,56 @@ std::shared_ptr<zebget::ProxyPrompt> answerProxies(const Arguments& arguments) {
     return prompt;
 }
 
+/// One URL, with a client of its own: a client runs one transfer at a time.
+Outcome runOne(const Arguments& arguments, const std::shared_ptr<zeb::cert::CertVerifier>& verifier,
+               const std::shared_ptr<Request>& request) {
+    const std::shared_ptr<BasicHttpClient> client =
+        zeb::netutils::NetUtilsFactory().createBasicHttpClient(verifier);
+    const auto listener = std::make_shared<ConsoleListener>(
+        arguments.progress || (arguments.urls.size() == 1 && isatty(STDERR_FILENO) != 0));
+    request->setListener(listener);
+    return run(*client, arguments, request, *listener);
+}
+
+/// All at once. They share the verifier, and so what the user decides.
+std::vector<Outcome> runAll(const Arguments& arguments,
+                            const std::vector<std::shared_ptr<Request>>& requests) {
+    const auto verifier = zebget::makeVerifier(arguments.insecurePolicy);
+    std::vector<std::future<Outcome>> others;
+    for (auto request = std::next(requests.begin()); request != requests.end(); ++request) {
+        others.push_back(
+            std::async(std::launch::async, [&, request] { return runOne(arguments, verifier, *request); }));
+    }
+    std::vector<Outcome> outcomes{runOne(arguments, verifier, requests.front())};
+    for (std::future<Outcome>& other : others) {
+        outcomes.push_back(other.get());
+    }
+    return outcomes;
+}
+
 int runHost(const Arguments& arguments) {
     const std::shared_ptr<zebget::ProxyPrompt> prompt = answerProxies(arguments);
-    zeb::netutils::NetUtilsFactory factory;
-    const std::shared_ptr<BasicHttpClient> client = factory.createBasicHttpClient();
-    const auto listener = std::make_shared<ConsoleListener>(arguments.progress || isatty(STDERR_FILENO) != 0);
-    const std::shared_ptr<Request> request = zebget::makeRequest(arguments);
-    request->setListener(listener);
-    runningRequest = request.get();
+    std::vector<std::shared_ptr<Request>> requests;
+    for (const std::string& url : arguments.urls) {
+        requests.push_back(zebget::makeRequest(arguments, url));
+    }
+    runningRequests = requests;
     std::signal(SIGINT, cancelOnInterrupt);
     const auto began = std::chrono::steady_clock::now();
-    const Outcome outcome = run(*client, arguments, request, *listener);
+    const std::vector<Outcome> outcomes = runAll(arguments, requests);
     const std::chrono::duration<double, std::milli> took = std::chrono::steady_clock::now() - began;
     std::signal(SIGINT, SIG_DFL);
-    runningRequest = nullptr;
+    runningRequests.clear();
     prompt->finish();
-    report(outcome, *request);
+    int exitStatus = 0;
+    for (std::size_t i = 0; i < outcomes.size(); ++i) {
+        report(outcomes[i], *requests[i]);
+        exitStatus = exitStatus == 0 ? static_cast<int>(outcomes[i].result) : exitStatus;
+    }
     if (arguments.timing) {
         std::cerr << "It took " << took.count() << " ms.\n";
     }
-    return static_cast<int>(outcome.result);
+    return exitStatus;
 }
 
 }  // namespace

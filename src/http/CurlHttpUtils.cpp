@@ -19,6 +19,7 @@
 #include "http/ProxyBypassReader.h"
 #include "http/Request.h"
 #include "http/SslUtils.h"
+#include "http/VerificationLabel.h"
 #include "ip/IpUtils.h"
 #include "netutils/SNIUtil.h"
 #include "qrmcoreutils/QRMCoreUtils.h"
@@ -359,7 +360,7 @@ void setTls(CURL* curl, HttpRequestData& data) {
     // The hook is the only judge: libcurl's own bundle must neither decide nor, by its absence, fail the
     // handshake before the hook runs.
     curl_easy_setopt(curl, CURLOPT_CAINFO, nullptr);
-    curl_easy_setopt(curl, CURLOPT_CAPATH, nullptr);
+    VerificationLabel::putOn(data);  // in place of CURLOPT_CAPATH
     curl_easy_setopt(curl, CURLOPT_SSL_CTX_FUNCTION, &CurlHttpUtils::curlSSLCallback);
     curl_easy_setopt(curl, CURLOPT_SSL_CTX_DATA, &data);
 }
@@ -533,6 +534,8 @@ void takeHeader(HttpRequestData& data, const std::string& line, std::size_t colo
         data.redirectUrls->push_back(taken.second);
         if (optionsOf(data).followRedirects) {
             clearIdentityInformationOnRedirect(data);
+            // Other names: the way on must not lead over a connection that the former ones have accepted.
+            VerificationLabel::putOn(data);
         }
     }
 }

@@ -1,9 +1,12 @@
 #include "netutils/NetUtilsFactory.h"
 
+#include "cert/common/CertVerifier.h"
+#include "cert/common/CertVerifierFactory.h"
 #include "core/ThreadPool.h"
 #include "http/BasicHttpClientImpl.h"
 #include "netutils/NetworkEventReporterImpl.h"
 #include "netutils/NetworkEventReporterObserver.h"
+#include "netutils/adapters/HttpCertAdapter.h"
 #include "netutils/adapters/HttpEventReporterAdapter.h"
 #include "version/Version.h"
 
@@ -31,7 +34,7 @@ NetUtilsFactory::NetUtilsFactory() {
 }
 
 std::shared_ptr<http::BasicHttpClient> NetUtilsFactory::createBasicHttpClient() {
-    return createBasicHttpClient(createDefaultPool());
+    return createBasicHttpClient(cert::CertVerifierFactory::createCertVerifier(), createDefaultPool());
 }
 
 std::shared_ptr<http::BasicHttpClient> NetUtilsFactory::createBasicHttpClient(
@@ -41,15 +44,14 @@ std::shared_ptr<http::BasicHttpClient> NetUtilsFactory::createBasicHttpClient(
 
 std::shared_ptr<http::BasicHttpClient> NetUtilsFactory::createBasicHttpClient(
     std::shared_ptr<ThreadPool> threadPool) {
-    return createBasicHttpClient(std::shared_ptr<cert::CertVerifier>(), std::move(threadPool));
+    return createBasicHttpClient(cert::CertVerifierFactory::createCertVerifier(), std::move(threadPool));
 }
 
 std::shared_ptr<http::BasicHttpClient> NetUtilsFactory::createBasicHttpClient(
-    std::shared_ptr<cert::CertVerifier> /*certVerifier*/, std::shared_ptr<ThreadPool> threadPool) {
-    // This build has neither a certificate verifier nor an edge layer: a cert::CertVerifier can't exist yet,
-    // so the client gets none and refuses every certificate.
+    std::shared_ptr<cert::CertVerifier> certVerifier, std::shared_ptr<ThreadPool> threadPool) {
+    // This build has no edge layer.
     return http::BasicHttpClientImpl::buildBasicHttpClientImpl(
-        nullptr, nullptr, std::move(threadPool),
+        nullptr, std::make_shared<adapters::HttpCertAdapter>(std::move(certVerifier)), std::move(threadPool),
         std::make_shared<adapters::HttpEventReporterAdapter>(createNetworkEventReporter()));
 }
 

@@ -20,8 +20,9 @@ class NetworkEventReporter;
 
 /// Where hosts get their clients from. Call GlobalInit before the first one. Any thread may call.
 ///
-/// A client made here without a certificate verifier refuses every server certificate: an https request then
-/// ends with CERTIFICATE_VALIDATION_ERROR.
+/// A verifier of a client's own is that of cert::CertVerifierFactory: it trusts what the system trusts. A
+/// client that is given a null verifier refuses every server certificate: an https request then ends with
+/// CERTIFICATE_VALIDATION_ERROR.
 class ZEBNETUTILS_EXPORT NetUtilsFactory {
 public:
     /// The bounds of the pool that a client gets of its own. Its threads end after 60 idle seconds.

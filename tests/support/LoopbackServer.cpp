@@ -5,11 +5,14 @@
 #include <array>
 #include <atomic>
 #include <cerrno>
+#include <csignal>
 #include <cstring>
 #include <list>
 #include <netinet/in.h>
+#include <netinet/tcp.h>
 #include <poll.h>
 #include <sstream>
+#include <stdexcept>
 #include <string_view>
 #include <strings.h>
 #include <sys/eventfd.h>
@@ -17,6 +20,9 @@
 #include <system_error>
 #include <thread>
 #include <unistd.h>
+
+#include <openssl/pem.h>
+#include <openssl/ssl.h>
 
 namespace zeb::test {
 
@@ -89,6 +95,35 @@ bool sameName(const std::string& left, const std::string& right) {
 std::string trimmed(const std::string& text) {
     const auto first = text.find_first_not_of(" \t");
     return first == std::string::npos ? "" : text.substr(first, text.find_last_not_of(" \t") - first + 1);
+}
+
+using TlsContext = std::shared_ptr<SSL_CTX>;
+using TlsSession = std::unique_ptr<SSL, decltype(&SSL_free)>;
+
+std::shared_ptr<BIO> memoryBio(const std::string& text) {
+    return {BIO_new_mem_buf(text.data(), static_cast<int>(text.size())), &BIO_free};
+}
+
+/// Throws if OpenSSL refuses the certificate or the key.
+TlsContext makeTlsContext(const LoopbackServer::Tls& tls) {
+    const TlsContext context(SSL_CTX_new(TLS_server_method()), &SSL_CTX_free);
+    // So that a server can present what no server should: SHA-1 and short keys.
+    SSL_CTX_set_security_level(context.get(), 0);
+    const std::shared_ptr<BIO> certificates = memoryBio(tls.chainPem);
+    const auto next = [&certificates] {
+        return std::shared_ptr<X509>(PEM_read_bio_X509(certificates.get(), nullptr, nullptr, nullptr),
+                                     &X509_free);
+    };
+    bool fine = SSL_CTX_use_certificate(context.get(), next().get()) == 1;
+    while (const std::shared_ptr<X509> further = next()) {
+        fine = fine && SSL_CTX_add1_chain_cert(context.get(), further.get()) == 1;
+    }
+    const std::shared_ptr<EVP_PKEY> key(
+        PEM_read_bio_PrivateKey(memoryBio(tls.keyPem).get(), nullptr, nullptr, nullptr), &EVP_PKEY_free);
+    if (!fine || SSL_CTX_use_PrivateKey(context.get(), key.get()) != 1) {
+        throw std::runtime_error("no certificate and key for a TLS server");
+    }
+    return context;
 }
 
 /// The end of a connection: of the peer's making, of the server's, or because of malformed bytes.
@@ -182,10 +217,13 @@ LoopbackServer::Reply& LoopbackServer::Reply::closeAfter(std::size_t count) {
 
 struct LoopbackServer::State {
     State(Handler requestHandler, Options serverOptions)
-        : handler(std::move(requestHandler)), options(std::move(serverOptions)) {}
+        : handler(std::move(requestHandler)),
+          options(std::move(serverOptions)),
+          tls(options.tls ? makeTlsContext(*options.tls) : nullptr) {}
 
     const Handler handler;
     const Options options;
+    const TlsContext tls;  ///< null without TLS
     std::vector<Descriptor> listeners;
     Descriptor wakeUp;  ///< readable once the server stops
     std::uint16_t port = 0;
@@ -197,6 +235,8 @@ struct LoopbackServer::State {
     std::list<Connection> connections;
     std::vector<Request> requests;
     std::size_t ended = 0;
+    std::size_t handshakes = 0;
+    std::size_t resumedHandshakes = 0;
 
     void listen();
 
@@ -214,13 +254,16 @@ struct LoopbackServer::Connection {
 
     State& state;
     const std::size_t number;
-    Descriptor socket;           ///< closed under the state's mutex
+    Descriptor socket;  ///< closed under the state's mutex
+    TlsSession tls{nullptr, &SSL_free};
     std::shared_ptr<Gate> gate;  ///< the gate that the reply waits at; under the state's mutex
     std::string received;        ///< every byte; written under the state's mutex
     std::thread thread;
     std::string unread;     ///< received and not yet taken
     std::string rawOfNext;  ///< taken for the request that is being read
 
+    void shakeHands();
+    ssize_t receive(char* bytes, std::size_t count);
     void receiveMore();
     std::string take(std::size_t count);
     std::string takeLine();
@@ -235,11 +278,38 @@ struct LoopbackServer::Connection {
     void finish();
 };
 
+void LoopbackServer::Connection::shakeHands() {
+    if (state.tls == nullptr) {
+        return;
+    }
+    // OpenSSL writes without MSG_NOSIGNAL: this thread alone is to live with it.
+    sigset_t brokenPipe{};
+    sigemptyset(&brokenPipe);
+    sigaddset(&brokenPipe, SIGPIPE);
+    pthread_sigmask(SIG_BLOCK, &brokenPipe, nullptr);
+    const int on = 1;  // a handshake's small records must not wait for each other's acknowledgement
+    ::setsockopt(socket.get(), IPPROTO_TCP, TCP_NODELAY, &on, sizeof on);
+    tls.reset(SSL_new(state.tls.get()));
+    SSL_set_fd(tls.get(), socket.get());
+    if (SSL_accept(tls.get()) != 1) {
+        throw ConnectionEnded();
+    }
+    const std::lock_guard<std::mutex> lock(state.mutex);
+    ++state.handshakes;
+    state.resumedHandshakes += SSL_session_reused(tls.get()) == 1 ? 1 : 0;
+    state.changed.notify_all();
+}
+
+ssize_t LoopbackServer::Connection::receive(char* bytes, std::size_t count) {
+    return tls == nullptr ? ::recv(socket.get(), bytes, count, 0)
+                          : SSL_read(tls.get(), bytes, static_cast<int>(count));
+}
+
 void LoopbackServer::Connection::receiveMore() {
     std::array<char, 16384> block{};
     const std::size_t limit = state.options.closeAfterReceiving.value_or(std::string::npos);
     const std::size_t room = std::min(block.size(), limit - received.size());
-    const ssize_t count = room == 0 ? 0 : ::recv(socket.get(), block.data(), room, 0);
+    const ssize_t count = room == 0 ? 0 : receive(block.data(), room);
     if (count <= 0) {
         throw ConnectionEnded();
     }
@@ -318,8 +388,10 @@ std::string LoopbackServer::Connection::readChunks() {
 
 void LoopbackServer::Connection::send(std::string_view bytes) {
     while (!bytes.empty()) {
-        const ssize_t count = ::send(socket.get(), bytes.data(), bytes.size(), MSG_NOSIGNAL);
-        if (count < 0) {
+        const ssize_t count = tls == nullptr
+                                  ? ::send(socket.get(), bytes.data(), bytes.size(), MSG_NOSIGNAL)
+                                  : SSL_write(tls.get(), bytes.data(), static_cast<int>(bytes.size()));
+        if (count < 0 || (count == 0 && tls != nullptr)) {
             throw ConnectionEnded();
         }
         bytes.remove_prefix(static_cast<std::size_t>(count));
@@ -379,12 +451,16 @@ void LoopbackServer::Connection::endAs(Reply::End end) {
             break;
         }
         case Reply::End::CLOSE:
+            if (tls != nullptr) {
+                SSL_shutdown(tls.get());
+            }
             break;
     }
     throw ConnectionEnded();
 }
 
 void LoopbackServer::Connection::finish() {
+    tls.reset();
     const std::lock_guard<std::mutex> lock(state.mutex);
     socket = Descriptor();
     gate.reset();
@@ -475,6 +551,7 @@ void LoopbackServer::acceptLoop() {
 
 void LoopbackServer::serve(Connection& connection) {
     try {
+        connection.shakeHands();
         for (;;) {
             Request request = connection.readHead();
             if (state_->options.headHandler) {
@@ -517,6 +594,20 @@ std::string LoopbackServer::authority() const {
 
 std::string LoopbackServer::url(const std::string& path) const {
     return "http://" + authority() + path;
+}
+
+std::string LoopbackServer::secureUrl(const std::string& path, const std::string& host) const {
+    return "https://" + host + ":" + std::to_string(port()) + path;
+}
+
+std::size_t LoopbackServer::handshakes() const {
+    const std::lock_guard<std::mutex> lock(state_->mutex);
+    return state_->handshakes;
+}
+
+std::size_t LoopbackServer::resumedHandshakes() const {
+    const std::lock_guard<std::mutex> lock(state_->mutex);
+    return state_->resumedHandshakes;
 }
 
 std::vector<LoopbackServer::Request> LoopbackServer::requests() const {

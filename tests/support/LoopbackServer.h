@@ -102,11 +102,20 @@ public:
     /// connection ends behind the answer. What the client sends on is recorded and dropped until it closes.
     using HeadHandler = std::function<std::optional<Reply>(const Request&)>;
 
+    /// What a TLS server presents itself with.
+    struct Tls {
+        std::string chainPem;  ///< its certificate first
+        std::string keyPem;
+    };
+
     struct Options {
         bool ipv6 = false;        ///< listen on ::1 as well, on the same port, if the machine has it
         HeadHandler headHandler;  ///< may be empty
         /// Each connection ends when this many bytes have come in, in the middle of whatever they are.
         std::optional<std::size_t> closeAfterReceiving;
+        /// TLS 1.2 and 1.3 from the first byte, sessions can be resumed; bytes are then those within TLS. A
+        /// handshake that fails ends its connection.
+        std::optional<Tls> tls = {};
     };
 
     /// Listens when it returns. Throws std::system_error if the machine gives no port.
@@ -126,11 +135,16 @@ public:
     std::string authority() const;
     /// "http://127.0.0.1:port" and the path
     std::string url(const std::string& path) const;
+    /// "https://", a name of this machine, the port, and the path
+    std::string secureUrl(const std::string& path, const std::string& host = "localhost") const;
 
     /// The complete requests so far, in the order in which they became complete.
     std::vector<Request> requests() const;
     /// Connections accepted so far.
     std::size_t connections() const;
+    /// TLS handshakes that came to their end, and how many of them resumed a session.
+    std::size_t handshakes() const;
+    std::size_t resumedHandshakes() const;
     /// Every byte that came in on that connection, complete request or not; "" for one that isn't there.
     std::string received(std::size_t connection) const;
     /// The same of all connections, one behind the other.

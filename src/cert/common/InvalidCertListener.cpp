@@ -1,0 +1,7 @@
+#include "cert/common/InvalidCertListener.h"
+
+namespace zeb::cert {
+
+InvalidCertListener::~InvalidCertListener() = default;
+
+}  // namespace zeb::cert

@@ -1,0 +1,7 @@
+#include "cert/utils/AltNameParser.h"
+
+namespace zeb::cert {
+
+AltNameParser::~AltNameParser() = default;
+
+}  // namespace zeb::cert

@@ -1,0 +1,34 @@
+#include "cert/common/CertKeyUsageResult.h"
+
+#include <sstream>
+#include <string>
+
+#include <gtest/gtest.h>
+
+namespace zeb::cert::test {
+namespace {
+
+std::string print(int number) {
+    std::ostringstream stream;
+    stream << static_cast<CertKeyUsageResult::Result>(number);
+    return stream.str();
+}
+
+TEST(CertKeyUsageResultTest, EveryResultHasItsNumberAndItsText) {
+    EXPECT_EQ(print(0), "SUCCESS");
+    EXPECT_EQ(print(1), "NO_MATCHING_BASIC_KEY_USAGE_FOUND");
+    EXPECT_EQ(print(2), "NO_MATCHING_EXTENDED_KEY_USAGE_FOUND");
+    EXPECT_EQ(print(3), "INTERNAL_ERROR");
+    EXPECT_EQ(CertKeyUsageResult::SUCCESS, 0);
+    EXPECT_EQ(CertKeyUsageResult::NO_MATCHING_BASIC_KEY_USAGE_FOUND, 1);
+    EXPECT_EQ(CertKeyUsageResult::NO_MATCHING_EXTENDED_KEY_USAGE_FOUND, 2);
+    EXPECT_EQ(CertKeyUsageResult::INTERNAL_ERROR, 3);
+}
+
+TEST(CertKeyUsageResultTest, AnUnknownResultPrintsAsUnexpected) {
+    EXPECT_EQ(print(4), "Unexpected value (4)");
+    EXPECT_EQ(print(-1), "Unexpected value (-1)");
+}
+
+}  // namespace
+}  // namespace zeb::cert::test
