@@ -7,6 +7,7 @@
 #include "ConsoleListener.h"
 #include "MakeRequest.h"
 #include "ProxyPrompt.h"
+#include "RefusedCertificates.h"
 #include "cert/common/CertVerifier.h"
 #include "http/BasicHttpClient.h"
 #include "http/HttpRequestOptions.h"
@@ -90,6 +91,9 @@ void report(const Outcome& outcome, const Request& request) {
         }
     }
     std::cerr << "\n";
+    if (outcome.result == HttpClientResult::CERTIFICATE_VALIDATION_ERROR) {
+        zebget::tellRefusedCertificates();
+    }
 }
 
 /// The handler of proxy credentials keeps its callbacks as long as the process lives.

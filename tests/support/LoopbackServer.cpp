@@ -9,6 +9,7 @@
 #include <cstring>
 #include <list>
 #include <netinet/in.h>
+#include <netinet/tcp.h>
 #include <poll.h>
 #include <sstream>
 #include <stdexcept>
@@ -286,6 +287,8 @@ void LoopbackServer::Connection::shakeHands() {
     sigemptyset(&brokenPipe);
     sigaddset(&brokenPipe, SIGPIPE);
     pthread_sigmask(SIG_BLOCK, &brokenPipe, nullptr);
+    const int on = 1;  // a handshake's small records must not wait for each other's acknowledgement
+    ::setsockopt(socket.get(), IPPROTO_TCP, TCP_NODELAY, &on, sizeof on);
     tls.reset(SSL_new(state.tls.get()));
     SSL_set_fd(tls.get(), socket.get());
     if (SSL_accept(tls.get()) != 1) {

@@ -17,6 +17,7 @@ namespace {
 using QRMCoreUtils::FileUtils;
 using TrustSource = LinuxCertVerifier::TrustSource;
 
+constexpr int NO_SECURITY_LEVEL = -1;
 constexpr const char* CERTS_DIRECTORY = "/etc/ssl/certs/";
 
 std::atomic<TrustSource*> sourceOfTests{nullptr};
@@ -49,7 +50,12 @@ TrustStoreCache::Store trustStore() {
     return source.cache.load(bundle);
 }
 
-std::set<CertStatus::Status> verify(X509* leaf, STACK_OF(X509) * chain) {
+/// What OpenSSL itself would have asked of keys and signatures in the handshake; -1 asks nothing.
+int securityLevelOf(X509_STORE_CTX* handshake) {
+    return X509_VERIFY_PARAM_get_auth_level(X509_STORE_CTX_get0_param(handshake));
+}
+
+std::set<CertStatus::Status> verify(X509* leaf, STACK_OF(X509) * chain, int securityLevel) {
     const OpenSslErrorScope errors;
     const TrustStoreCache::Store store = trustStore();  // outlives the context, which doesn't hold it
     const OpenSslPtr<X509_STORE_CTX> context(X509_STORE_CTX_new());
@@ -58,6 +64,9 @@ std::set<CertStatus::Status> verify(X509* leaf, STACK_OF(X509) * chain) {
         return {CertStatus::UNKNOWN};
     }
     const bool ready = X509_STORE_CTX_init(context.get(), store.get(), leaf, chain) == 1;
+    if (ready) {
+        X509_VERIFY_PARAM_set_auth_level(X509_STORE_CTX_get0_param(context.get()), securityLevel);
+    }
     if (!ready || X509_verify_cert(context.get()) != 1) {
         ZEB_LOG_ERROR(log::cert(), "verify failed: " << X509_STORE_CTX_get_error(context.get()));
         return {CertStatus::UNKNOWN};
@@ -71,15 +80,16 @@ LinuxCertVerifier::~LinuxCertVerifier() = default;
 
 std::set<CertStatus::Status> LinuxCertVerifier::verifyCertificate(const x509_st* certificate) {
     // OpenSSL takes it without const, as it notes in it what it has worked out of its extensions.
-    return verify(const_cast<X509*>(certificate), nullptr);
+    return verify(const_cast<X509*>(certificate), nullptr, NO_SECURITY_LEVEL);
 }
 
 std::set<CertStatus::Status> LinuxCertVerifier::verifyCertificate(const x509_store_ctx_st* chain) {
     if (chain == nullptr) {
-        return verify(nullptr, nullptr);  // which OpenSSL refuses
+        return verify(nullptr, nullptr, NO_SECURITY_LEVEL);  // which OpenSSL refuses
     }
     auto* const handshake = const_cast<X509_STORE_CTX*>(chain);  // only read; OpenSSL 1.1.1 lacks the const
-    return verify(X509_STORE_CTX_get0_cert(handshake), X509_STORE_CTX_get0_untrusted(handshake));
+    return verify(X509_STORE_CTX_get0_cert(handshake), X509_STORE_CTX_get0_untrusted(handshake),
+                  securityLevelOf(handshake));
 }
 
 void LinuxCertVerifier::setTrustSourceForTests(TrustSource* source) {

@@ -15,7 +15,9 @@ namespace zeb::cert {
 /// The answer is {VALID} or {UNKNOWN}, never a finer reason; OpenSSL's number of it stands in the log. A
 /// missing bundle is no error of its own: then nothing is trusted. Nothing is asked about revocation, and
 /// what a certificate may be used for is not judged here (RFC 5280 6.1 in OpenSSL's default form, without a
-/// purpose).
+/// purpose). Keys and signatures are held to the security level of the handshake that the chain comes from,
+/// as by OpenSSL's own verification, in whose place this one stands: at the level 2 of most systems a key of
+/// 1024 bits or a SHA-1 signature isn't trusted. A certificate by itself is held to none.
 ///
 /// A bundle that changed counts from the very next call on, without a restart; as long as it is the same
 /// file, all verifications of the process share the store that was made of it (TrustStoreCache).

@@ -1,3 +1,6 @@
+#include "cert/common/CertVerifier.h"
+#include "cert/common/CertVerifierFactory.h"
+#include "cert/common/PlatformCertVerifier.h"
 #include "core/ThreadPool.h"
 #include "http/BasicHttpClient.h"
 #include "http/EdgePolicy.h"
@@ -5,6 +8,7 @@
 #include "http/Request.h"
 #include "http/Response.h"
 #include "netutils/NetUtilsFactory.h"
+#include "support/CertificateBuilder.h"
 #include "support/LogCapture.h"
 #include "support/LoopbackServer.h"
 
@@ -14,6 +18,7 @@
 #include <fstream>
 #include <future>
 #include <memory>
+#include <set>
 #include <string>
 #include <system_error>
 #include <thread>
@@ -179,6 +184,75 @@ TEST(NetUtilsFactoryTest, WithANullPoolOnlySynchronousRequestsRun) {
     unsigned int id = 0;
     EXPECT_EQ(client->executeAsync(std::make_shared<http::Request>("http://127.0.0.1:9/"), id),
               http::HttpClientError::UNABLE_TO_PROCESS_REQUEST_ERROR);
+}
+
+// HTTPS
+
+/// Trusts every chain, so that the names alone decide.
+class TrustingPlatform : public cert::PlatformCertVerifier {
+public:
+    std::set<cert::CertStatus::Status> verifyCertificate(const x509_st*) override {
+        return {cert::CertStatus::VALID};
+    }
+    std::set<cert::CertStatus::Status> verifyCertificate(const x509_store_ctx_st*) override {
+        return {cert::CertStatus::VALID};
+    }
+};
+
+class FactorysHttpsTest : public testing::Test {
+protected:
+    ~FactorysHttpsTest() override { cert::CertVerifierFactory::setCertVerifier(nullptr); }
+
+    static LoopbackServer::Options presenting(const std::string& name) {
+        const auto certificate =
+            zeb::test::CertificateBuilder().commonName("A server").dnsNames({name}).build();
+        LoopbackServer::Options options;
+        options.tls = LoopbackServer::Tls{certificate.pem(), certificate.keyPem()};
+        return options;
+    }
+    static http::HttpClientResult::Result get(const std::shared_ptr<http::BasicHttpClient>& client,
+                                              const LoopbackServer& server) {
+        http::Response response;
+        return client->execute(std::make_shared<http::Request>(server.secureUrl("/")), response);
+    }
+
+    LoopbackServer good_{hello, presenting("localhost")};
+    LoopbackServer bad_{hello, presenting("other.test")};
+    const std::shared_ptr<ThreadPool> pool_ = std::make_shared<ThreadPool>(0, 1, "mine", 60);
+    const std::shared_ptr<cert::CertVerifier> trusting_ =
+        std::make_shared<cert::CertVerifier>(std::make_shared<TrustingPlatform>());
+    NetUtilsFactory factory_;
+};
+
+TEST_F(FactorysHttpsTest, AGivenVerifierJudgesTheServers) {
+    for (const auto& client :
+         {factory_.createBasicHttpClient(trusting_), factory_.createBasicHttpClient(trusting_, pool_)}) {
+        EXPECT_EQ(get(client, good_), http::HttpClientResult::SUCCESS);
+        EXPECT_EQ(get(client, bad_), http::HttpClientResult::CERTIFICATE_VALIDATION_ERROR);
+    }
+}
+
+TEST_F(FactorysHttpsTest, AVerifierOfTheClientsOwnIsTheFactorysOfVerifiers) {
+    cert::CertVerifierFactory::setCertVerifier(trusting_);
+    for (const auto& client : {factory_.createBasicHttpClient(), factory_.createBasicHttpClient(pool_)}) {
+        EXPECT_EQ(get(client, good_), http::HttpClientResult::SUCCESS);
+        EXPECT_EQ(get(client, bad_), http::HttpClientResult::CERTIFICATE_VALIDATION_ERROR);
+    }
+}
+
+TEST_F(FactorysHttpsTest, ByDefaultACertificateThatTheSystemDoesNotKnowIsRefused) {
+    for (const auto& client : {factory_.createBasicHttpClient(), factory_.createBasicHttpClient(pool_)}) {
+        EXPECT_EQ(get(client, good_), http::HttpClientResult::CERTIFICATE_VALIDATION_ERROR);
+    }
+    EXPECT_TRUE(good_.requests().empty()) << "nothing was sent";
+}
+
+TEST_F(FactorysHttpsTest, ANullVerifierRefusesEveryServerAndNothingFalls) {
+    const std::shared_ptr<cert::CertVerifier> none;
+    for (const auto& client :
+         {factory_.createBasicHttpClient(none), factory_.createBasicHttpClient(none, pool_)}) {
+        EXPECT_EQ(get(client, good_), http::HttpClientResult::CERTIFICATE_VALIDATION_ERROR);
+    }
 }
 
 }  // namespace

@@ -335,6 +335,16 @@ TEST_F(HandlerTest, APolicyThatOnlyCallsItselfInteractingIsEnforcedOnTheSpot) {
     EXPECT_NE(answer.result.result, CertResult::SUCCESS);
 }
 
+TEST_F(HandlerTest, APolicyOfAnotherClassIsLeftToTheTaskAndRejects) {
+    use(std::make_shared<Policy>(Policy::PolicyNature::INVALID_CERT_MANAGEMENT,
+                                 Policy::PolicyFailureClass::SOFT, false));
+    const Answer answer = asynchronously(failed());
+    EXPECT_NE(answer.id, 0U);
+    const auto told = listener_->waitFor(1);
+    ASSERT_THAT(told, SizeIs(1));
+    EXPECT_EQ(told.front().result.result, CertResult::FAILURE);
+}
+
 TEST_F(HandlerTest, AnAcceptedFingerprintNeedsNoTask) {
     CertificateValidityCache::addAcceptedInvalidCertificate(std::string(PRINT), BAD);
     use(Prompting().build());
