@@ -14,6 +14,7 @@
 #include "http/HttpRequestOptions.h"
 #include "http/HttpUtils.h"
 #include "http/LineText.h"
+#include "http/MultiformPart.h"
 #include "http/OpenSSLOptions.h"
 #include "http/Proxy.h"
 #include "http/ProxyBypassReader.h"
@@ -45,6 +46,7 @@ constexpr long MAX_REDIRECTS = 5;
 constexpr double PROGRESS_STEP_BYTES = 102400.0;
 constexpr std::size_t MAX_HEADER_BYTES = std::size_t{1} << 20;
 constexpr int PROXY_AUTHENTICATION_REQUIRED = 407;
+constexpr char UNUSABLE_PROXY[] = "http://";
 constexpr char SIGNATURE_ALGORITHMS[] =
     "RSA-PSS+SHA256:RSA-PSS+SHA384:RSA-PSS+SHA512:RSA+SHA256:RSA+SHA384:RSA+SHA512:ECDSA+SHA256:ECDSA+SHA384:"
     "ECDSA+SHA512";
@@ -69,6 +71,29 @@ void appendSecret(std::string& out, const SecureString& secret) {
     out.append(reader.c_str(), reader.getBufSize());
 }
 
+// --- texts of the host's that must not reach the wire ----------------------------------------------------
+
+/// Says that a text is left out, and which. The text itself may be a secret.
+void tellLeftOut(const HttpRequestData& data, const char* which) {
+    ZEB_LOG_ERROR(log::httpClient(), "Request " << data.formattedRequestID() << " " << which
+                                                << " is left out: it has a line break or NUL in it");
+}
+
+/// A line break in a cookie would end its line on the wire, or its entry in libcurl's list. Such a line is
+/// wiped here.
+bool isCookieLeftOut(const HttpRequestData& data, std::string& raw) {
+    if (!breaksLine(raw)) {
+        return false;
+    }
+    SecureStringUtils::ZEBZeroString(raw);
+    tellLeftOut(data, "a cookie");
+    return true;
+}
+
+bool hasNul(std::string_view text) {
+    return text.find('\0') != std::string_view::npos;
+}
+
 // --- files -----------------------------------------------------------------------------------------------
 
 bool isFileOperation(const RequestWrapper& wrapper) {
@@ -82,7 +107,8 @@ bool testOpenFile(RequestWrapper& wrapper) {
     std::FILE*& file = download ? wrapper.writeFile : wrapper.readFile;
     // A former attempt of the same request may have left its file open, somewhere in the middle.
     CurlHttpUtils::closeFile(&file);
-    file = std::fopen(wrapper.filePath.c_str(), download ? "wb" : "rb");
+    // A NUL would cut the path short: it would be another file's.
+    file = hasNul(wrapper.filePath) ? nullptr : std::fopen(wrapper.filePath.c_str(), download ? "wb" : "rb");
     if (file == nullptr) {
         ZEB_LOG_ERROR(log::httpClient(),
                       (download ? "Unable to open file to download - " : "Unable to open file to upload - ")
@@ -110,18 +136,6 @@ long getFileSize(const std::string& path) {
     return size;
 }
 
-/// A line break in a cookie would end its line on the wire, or its entry in libcurl's list. Such a line is
-/// wiped here.
-bool isCookieLeftOut(const HttpRequestData& data, std::string& raw) {
-    if (!breaksLine(raw)) {
-        return false;
-    }
-    SecureStringUtils::ZEBZeroString(raw);
-    ZEB_LOG_ERROR(log::httpClient(), "Request " << data.formattedRequestID()
-                                                << " a cookie is left out: it has a line break or NUL in it");
-    return true;
-}
-
 // --- configuration, step by step -------------------------------------------------------------------------
 
 void encodeUrl(HttpRequestData& data) {
@@ -145,9 +159,7 @@ std::string portSuffixOf(const std::string& url) {
 
 bool giveUrl(const HttpRequestData& data, const std::string& url) {
     if (breaksLine(url)) {
-        ZEB_LOG_ERROR(log::httpClient(), "Request "
-                                             << data.formattedRequestID()
-                                             << " its URL is left out: it has a line break or NUL in it");
+        tellLeftOut(data, "its URL");
         return false;
     }
     const CURLcode code = curl_easy_setopt(handleOf(data), CURLOPT_URL, url.c_str());
@@ -156,6 +168,11 @@ bool giveUrl(const HttpRequestData& data, const std::string& url) {
 
 void connectTo(HttpRequestData& data, const std::string& host, const std::string& target) {
     const std::string entry = connectToEntry(host, target, optionsOf(data).url);
+    if (breaksLine(entry)) {
+        // A proxy would be asked for that target as it stands.
+        tellLeftOut(data, "the address to connect to");
+        return;
+    }
     ZEB_LOG_DEBUG(log::httpClient(),
                   "libcurl option for CURLOPT_CONNECT_TO: " << ZEBLogger_replacePIIData(entry));
     data.setConnectToList(curl_slist_append(nullptr, entry.c_str()));
@@ -239,7 +256,12 @@ void setUserAndPassword(CURL* curl, const HttpRequestData& data, long scheme, co
     if (credentials != nullptr) {
         std::string text = credentials->username + ":";
         appendSecret(text, credentials->password);
-        curl_easy_setopt(curl, CURLOPT_USERPWD, text.c_str());
+        if (hasNul(text)) {
+            // A line break stays within the coding of these schemes; a NUL would cut the password short.
+            tellLeftOut(data, "its user with password");
+        } else {
+            curl_easy_setopt(curl, CURLOPT_USERPWD, text.c_str());
+        }
         SecureStringUtils::ZEBZeroString(text);
     }
     ZEB_LOG_DEBUG(log::httpClient(), "Request " << data.formattedRequestID() << " Using authentication "
@@ -305,17 +327,30 @@ bool hasPort(const std::string& proxyUrl) {
     return HttpUtils::extractPortFromHttpUrl(hasScheme ? proxyUrl : "http://" + proxyUrl) != 0;
 }
 
-void setProxyCredentials(CURL* curl, const Proxy& proxy) {
-    curl_easy_setopt(curl, CURLOPT_PROXYUSERNAME, proxy.getUsername().c_str());
+void setProxyCredentials(CURL* curl, const HttpRequestData& data, const Proxy& proxy) {
+    const std::string username = proxy.getUsername();
     std::string password;
     appendSecret(password, proxy.getPassword());
-    curl_easy_setopt(curl, CURLOPT_PROXYPASSWORD, password.c_str());
+    // The digest scheme writes the user into its header as it stands.
+    if (breaksLine(username) || breaksLine(password)) {
+        tellLeftOut(data, "its proxy's user with password");
+    } else {
+        curl_easy_setopt(curl, CURLOPT_PROXYUSERNAME, username.c_str());
+        curl_easy_setopt(curl, CURLOPT_PROXYPASSWORD, password.c_str());
+    }
     SecureStringUtils::ZEBZeroString(password);
     curl_easy_setopt(curl, CURLOPT_PROXYAUTH, curlProxyAuthentication(proxy.getProxyAuthenticationType()));
 }
 
 void setRequiredProxy(CURL* curl, const HttpRequestData& data, const Proxy& proxy) {
     const std::string url = proxy.getURL();
+    if (breaksLineOnceDecoded(url)) {
+        // Without any proxy the request would go where the host doesn't want it to go. This one is none that
+        // libcurl can use, so the transfer ends before anything is sent.
+        tellLeftOut(data, "its proxy's URL");
+        curl_easy_setopt(curl, CURLOPT_PROXY, UNUSABLE_PROXY);
+        return;
+    }
     curl_easy_setopt(curl, CURLOPT_PROXY, url.c_str());
     // Separate headers, and none for the proxy: nothing of the request's own reaches it in a CONNECT.
     curl_easy_setopt(curl, CURLOPT_HEADEROPT, static_cast<long>(CURLHEADER_SEPARATE));
@@ -325,7 +360,7 @@ void setRequiredProxy(CURL* curl, const HttpRequestData& data, const Proxy& prox
         curl_easy_setopt(curl, CURLOPT_PROXYPORT, 80L);
     }
     curl_easy_setopt(curl, CURLOPT_PROXYTYPE, curlProxyType(proxy.getProxyType()));
-    setProxyCredentials(curl, proxy);
+    setProxyCredentials(curl, data, proxy);
     ZEB_LOG_INFO(log::httpClient(), "Request " << data.formattedRequestID()
                                                << " proxy configuration:"
                                                   " URL '"
@@ -399,6 +434,67 @@ void setTransferCallbacks(CURL* curl, HttpRequestData& data) {
         curl_easy_setopt(curl, CURLOPT_PROGRESSFUNCTION, &CurlHttpUtils::curlProgressFunction);
         curl_easy_setopt(curl, CURLOPT_PROGRESSDATA, &data);
     }
+}
+
+// --- forms -----------------------------------------------------------------------------------------------
+
+/// A NUL would cut the name short, or make the path another file's.
+bool isPartLeftOut(const HttpRequestData& data, const MultiformPart& part) {
+    if (!hasNul(part.getName()) && !hasNul(part.getFilePath())) {
+        return false;
+    }
+    tellLeftOut(data, "a part of its form");
+    return true;
+}
+
+/// A name for the header of a part, with its line breaks coded as browsers do. libcurl does so, too, but only
+/// from 7.81 on.
+std::string inOneLine(const std::string& name) {
+    std::string line;
+    for (const char c : name) {
+        if (c == '\r') {
+            line += "%0D";
+        } else if (c == '\n') {
+            line += "%0A";
+        } else {
+            line += c;
+        }
+    }
+    return line;
+}
+
+CURLFORMcode addPart(RequestWrapper& wrapper, const MultiformPart& part, const CurlHeaders& headers) {
+    const std::string name = inOneLine(part.getName());
+    curl_slist* const list = headers.getCurlHeaderList();
+    CURLFORMcode code = CURL_FORMADD_OK;
+    switch (part.getType()) {
+        case MultiformPartType::FROM_STRING:
+            // With its length: a NUL in it is one of its characters.
+            code = curl_formadd(&wrapper.formFirst, &wrapper.formLast, CURLFORM_COPYNAME, name.c_str(),
+                                CURLFORM_COPYCONTENTS, part.getValue().c_str(), CURLFORM_CONTENTLEN,
+                                static_cast<curl_off_t>(part.getValue().size()), CURLFORM_CONTENTHEADER, list,
+                                CURLFORM_END);
+            if (wrapper.formFirst == nullptr && wrapper.formLast == nullptr) {
+                ZEB_LOG_WARNING(log::httpClient(), "Items are in fact null.");
+            }
+            break;
+        case MultiformPartType::FROM_BUFFER:
+            code = curl_formadd(&wrapper.formFirst, &wrapper.formLast, CURLFORM_COPYNAME, name.c_str(),
+                                CURLFORM_BUFFER, name.c_str(), CURLFORM_BUFFERPTR, part.getBuffer(),
+                                CURLFORM_BUFFERLENGTH, static_cast<long>(part.getBufferLength()),
+                                CURLFORM_CONTENTHEADER, list, CURLFORM_END);
+            break;
+        case MultiformPartType::FROM_FILE: {
+            const std::string& path = part.getFilePath();
+            // The one that libcurl takes from the path by itself, but for line breaks.
+            const std::string file = inOneLine(path.substr(path.rfind('/') + 1));
+            code = curl_formadd(&wrapper.formFirst, &wrapper.formLast, CURLFORM_COPYNAME, name.c_str(),
+                                CURLFORM_FILE, path.c_str(), CURLFORM_FILENAME, file.c_str(),
+                                CURLFORM_CONTENTHEADER, list, CURLFORM_END);
+            break;
+        }
+    }
+    return code;
 }
 
 // --- writing what comes in -------------------------------------------------------------------------------
@@ -952,7 +1048,7 @@ bool CurlHttpUtils::configureMultiformRequest(const RequestDataPtr& data) {
     wrapper.formFirst = nullptr;
     wrapper.formLast = nullptr;
     for (const std::shared_ptr<MultiformPart>& part : options.multiformParts) {
-        if (part == nullptr) {
+        if (part == nullptr || isPartLeftOut(*data, *part)) {
             continue;
         }
         auto headers = std::make_shared<CurlHeaders>(part->getHeaders());
@@ -960,29 +1056,7 @@ bool CurlHttpUtils::configureMultiformRequest(const RequestDataPtr& data) {
         wrapper.partHeaders.push_back(headers);
         ZEB_LOG_DEBUG(log::httpClient(),
                       "Adding " << part->getName() << ", " << ZEBLogger_replacePIIData(part->getValue()));
-        CURLFORMcode code = CURL_FORMADD_OK;
-        switch (part->getType()) {
-            case MultiformPartType::FROM_STRING:
-                code = curl_formadd(&wrapper.formFirst, &wrapper.formLast, CURLFORM_COPYNAME,
-                                    part->getName().c_str(), CURLFORM_COPYCONTENTS, part->getValue().c_str(),
-                                    CURLFORM_CONTENTHEADER, headers->getCurlHeaderList(), CURLFORM_END);
-                if (wrapper.formFirst == nullptr && wrapper.formLast == nullptr) {
-                    ZEB_LOG_WARNING(log::httpClient(), "Items are in fact null.");
-                }
-                break;
-            case MultiformPartType::FROM_BUFFER:
-                code = curl_formadd(&wrapper.formFirst, &wrapper.formLast, CURLFORM_COPYNAME,
-                                    part->getName().c_str(), CURLFORM_BUFFER, part->getName().c_str(),
-                                    CURLFORM_BUFFERPTR, part->getBuffer(), CURLFORM_BUFFERLENGTH,
-                                    static_cast<long>(part->getBufferLength()), CURLFORM_CONTENTHEADER,
-                                    headers->getCurlHeaderList(), CURLFORM_END);
-                break;
-            case MultiformPartType::FROM_FILE:
-                code = curl_formadd(&wrapper.formFirst, &wrapper.formLast, CURLFORM_COPYNAME,
-                                    part->getName().c_str(), CURLFORM_FILE, part->getFilePath().c_str(),
-                                    CURLFORM_CONTENTHEADER, headers->getCurlHeaderList(), CURLFORM_END);
-                break;
-        }
+        const CURLFORMcode code = addPart(wrapper, *part, *headers);
         if (code != CURL_FORMADD_OK) {
             ZEB_LOG_ERROR(log::httpClient(), "Fail to add multiform part - CURLFORMcode: " << code);
             return false;

@@ -1,5 +1,8 @@
 #pragma once
 
+#include <algorithm>
+#include <cctype>
+#include <string>
 #include <string_view>
 
 namespace zeb::http {
@@ -8,6 +11,15 @@ namespace zeb::http {
 /// let the rest pass for a header or a request of its own (RFC 9110 5.5), a NUL would cut it short.
 inline bool breaksLine(std::string_view text) {
     return text.find_first_of(std::string_view("\r\n\0", 3)) != std::string_view::npos;
+}
+
+/// The same for a text of which a part is percent-decoded later on: "%0D", "%0a" and "%00" count as well.
+inline bool breaksLineOnceDecoded(std::string_view text) {
+    std::string lower(text);
+    std::transform(lower.begin(), lower.end(), lower.begin(),
+                   [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
+    const auto holds = [&lower](const char* coded) { return lower.find(coded) != std::string::npos; };
+    return breaksLine(text) || holds("%0d") || holds("%0a") || holds("%00");
 }
 
 }  // namespace zeb::http

@@ -1,6 +1,7 @@
 #include "BasicHttpClientTestSupport.h"
 #include "CurlConfigurationTestSupport.h"
 #include "edge/EdgeDetectionController.h"
+#include "http/Proxy.h"
 #include "netutils/SNIUtil.h"
 #include "support/FakeGlobalEdgeState.h"
 
@@ -242,6 +243,32 @@ TEST(CurlConfigurationUrlWireTest, ARequestByAddressNeedsNoDns) {
               HttpClientResult::SUCCESS);
     EXPECT_EQ(server.requests().at(0).header("Host"), "edge.invalid:" + std::to_string(server.port()));
 }
+
+class ConnectToBreakTest : public testing::TestWithParam<std::string> {};
+
+TEST_P(ConnectToBreakTest, AnAddressThatBreaksALineIsLeftOutAndReachesNoProxy) {
+    const InstalledGlobalEdgeState edge(false, true);
+    const auto controller = std::make_shared<FakeDetectionController>();
+    controller->ip = "127.0.0.1" + GetParam() + "Injected: 1";
+    edge.get()->detectionController = controller;
+    LoopbackServer server(hello);
+    const auto transformer = std::make_shared<FakeTransformer>();
+    transformer->url = "http://edge.invalid/x";
+    const auto request = makeRequest("https://inside.test/");
+    const auto proxy = std::make_shared<Proxy>();
+    proxy->setProxyServer(server.url(""), ProxyType::HTTP);
+    request->setProxy(proxy);
+    zeb::test::LogCapture log;
+    Response response;
+    EXPECT_EQ(makeClient(transformer)->execute(request, response), HttpClientResult::SUCCESS);
+    EXPECT_EQ(server.requests().at(0).target, "http://edge.invalid/x") << "as if no address had been told";
+    EXPECT_THAT(server.received(), testing::Not(testing::HasSubstr("Injected")));
+    EXPECT_TRUE(log.contains(ZEBLOG_ERROR,
+                             " the address to connect to is left out: it has a line break or NUL in it"));
+}
+
+INSTANTIATE_TEST_SUITE_P(Breaks, ConnectToBreakTest,
+                         testing::Values("\r", "\n", "\r\n", std::string(1, '\0')));
 
 }  // namespace
 }  // namespace zeb::http::test

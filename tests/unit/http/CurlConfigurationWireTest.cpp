@@ -1,7 +1,9 @@
 #include "BasicHttpClientTestSupport.h"
 #include "CurlConfigurationTestSupport.h"
+#include "TransferFiles.h"
 #include "common/Cookie.h"
 #include "http/MultiformPart.h"
+#include "http/Proxy.h"
 
 namespace zeb::http::test {
 namespace {
@@ -18,6 +20,12 @@ constexpr int ERROR = ZEBLOG_ERROR;
 class CurlConfigurationWireTest : public testing::Test {
 protected:
     HttpClientResult::Result run() { return makeClient()->execute(request, response); }
+    std::shared_ptr<Proxy> useProxy(const std::string& url, ProxyType::Type type) {
+        const auto proxy = std::make_shared<Proxy>();
+        proxy->setProxyServer(url, type);
+        request->setProxy(proxy);
+        return proxy;
+    }
     /// The one request that came.
     LoopbackServer::Request sent() {
         EXPECT_EQ(run(), HttpClientResult::SUCCESS);
@@ -40,6 +48,11 @@ class CurlConfigurationBreakTest : public CurlConfigurationWireTest,
 protected:
     std::string broken() const {
         return "s3cret" + GetParam() + "Injected: 1\r\n\r\nGET /second HTTP/1.1\r\n";
+    }
+    bool isNul() const { return GetParam()[0] == 0; }
+    /// The text, percent-encoded.
+    std::string coded() const {
+        return GetParam() == "\r" ? "%0D" : GetParam() == "\n" ? "%0A" : isNul() ? "%00" : "%0D%0A";
     }
     void expectNothingInjected() {
         EXPECT_THAT(server.received(), Not(HasSubstr("Injected")));
@@ -113,13 +126,27 @@ TEST_P(CurlConfigurationBreakTest, InAFailoverUrlPassesItOver) {
     EXPECT_EQ(0U, server.connections());
 }
 
-TEST_P(CurlConfigurationBreakTest, InUserOrPasswordStaysWithinTheCoding) {
+TEST_P(CurlConfigurationBreakTest, InUserOrPasswordStaysWithinTheCodingOrLeavesBothOut) {
     options.authType = AuthType::BASIC;
     options.credentials = std::make_shared<Credentials>();
     options.credentials->username = "user";
     options.credentials->password = SecureString(broken());
-    EXPECT_THAT(sent().header("Authorization"), testing::StartsWith("Basic dXNlcjpzM2NyZX"));
+    const LoopbackServer::Request got = sent();
     expectNothingInjected();
+    if (isNul()) {
+        EXPECT_FALSE(got.hasHeader("Authorization")) << "a password cut short is another one";
+        EXPECT_TRUE(log.contains(ERROR, " its user with password is left out: it has a line break or NUL"));
+    } else {
+        EXPECT_THAT(got.header("Authorization"), testing::StartsWith("Basic dXNlcjpzM2NyZX"));
+    }
+}
+
+TEST_P(CurlConfigurationBreakTest, InTheUserAgentLeavesTheHeaderOut) {
+    *options.headers = {{"User-Agent", "agent" + broken()}, {"Referer", "page" + broken()}};
+    const LoopbackServer::Request got = sent();
+    expectNothingInjected();
+    EXPECT_FALSE(got.hasHeader("User-Agent"));
+    EXPECT_FALSE(got.hasHeader("Referer"));
 }
 
 TEST_P(CurlConfigurationBreakTest, InAPartsHeaderLeavesTheHeaderOut) {
@@ -131,20 +158,123 @@ TEST_P(CurlConfigurationBreakTest, InAPartsHeaderLeavesTheHeaderOut) {
     expectNothingInjected();
 }
 
-TEST_P(CurlConfigurationBreakTest, InAPartsNameStaysWithinTheName) {
+TEST_P(CurlConfigurationBreakTest, InAPartsNameStaysWithinTheNameOrLeavesThePartOut) {
     const LeftBehindForm leftBehind;
-    options.multiformParts = {std::make_shared<MultiformPart>(
-        MultiformPartType::FROM_STRING, "name" + GetParam() + "Injected: 1", "value", nullptr)};
-    EXPECT_THAT(sent().body, Not(HasSubstr(GetParam() + "Injected")));
+    const std::string name = "name" + GetParam() + "Injected: 1";
+    const std::string bytes = "bytes";
+    options.multiformParts = {
+        std::make_shared<MultiformPart>(MultiformPartType::FROM_STRING, "good", "value", nullptr),
+        std::make_shared<MultiformPart>(MultiformPartType::FROM_STRING, name, "value", nullptr),
+        std::make_shared<MultiformPart>(name, bytes.data(), bytes.size(), nullptr)};
+    const std::string body = sent().body;
+    EXPECT_THAT(body, HasSubstr("name=\"good\"\r\n"));
+    EXPECT_THAT(body, Not(HasSubstr(GetParam() + "Injected")));
+    if (isNul()) {
+        EXPECT_THAT(body, Not(HasSubstr("name=\"name")));
+        EXPECT_EQ(2U, log.count(" a part of its form is left out: it has a line break or NUL in it"));
+        return;
+    }
+    EXPECT_THAT(body, HasSubstr("name=\"name" + coded() + "Injected: 1\"\r\n"));
+    EXPECT_THAT(body, HasSubstr("filename=\"name" + coded() + "Injected: 1\"\r\n"));
 }
 
-INSTANTIATE_TEST_SUITE_P(Breaks, CurlConfigurationBreakTest,
-                         testing::Values("\r", "\n", "\r\n", std::string(1, '\0')), [](const auto& row) {
-                             return row.param == "\r"   ? "Cr"
-                                    : row.param == "\n" ? "Lf"
-                                    : row.param[0] != 0 ? "CrLf"
-                                                        : "Nul";
-                         });
+TEST_P(CurlConfigurationBreakTest, InAFilesNameStaysWithinTheNameOrLeavesThePartOut) {
+    const LeftBehindForm leftBehind;
+    const TestFolder folder;
+    const std::string path = folder.path("file" + GetParam() + "Injected: 1");
+    folder.write("file" + GetParam() + "Injected: 1", "content");
+    folder.write("file", "another file's");
+    options.multiformParts = {
+        std::make_shared<MultiformPart>(MultiformPartType::FROM_STRING, "good", "value", nullptr),
+        std::make_shared<MultiformPart>(MultiformPartType::FROM_FILE, "name", path, nullptr)};
+    const std::string body = sent().body;
+    EXPECT_THAT(body, Not(HasSubstr(GetParam() + "Injected")));
+    EXPECT_THAT(body, Not(HasSubstr("another file's")));
+    if (isNul()) {
+        EXPECT_TRUE(log.contains(ERROR, " a part of its form is left out: it has a line break or NUL in it"));
+    } else {
+        EXPECT_THAT(body, HasSubstr("filename=\"file" + coded() + "Injected: 1\"\r\n"));
+        EXPECT_THAT(body, HasSubstr("\r\n\r\ncontent\r\n"));
+    }
+}
+
+TEST_P(CurlConfigurationBreakTest, InAPartsTextArrivesAsItIs) {
+    const LeftBehindForm leftBehind;
+    options.multiformParts = {std::make_shared<MultiformPart>(MultiformPartType::FROM_STRING, "name",
+                                                              "before" + GetParam() + "after", nullptr)};
+    EXPECT_THAT(sent().body, HasSubstr("\r\n\r\nbefore" + GetParam() + "after\r\n"));
+}
+
+// A proxy's texts
+
+TEST_P(CurlConfigurationBreakTest, InAProxysUrlEndsTheRequestBeforeAnythingIsSentAnywhere) {
+    LoopbackServer proxy(hello);
+    for (const std::string& url : {proxy.url("") + GetParam() + "s3cret", proxy.url("/" + broken()),
+                                   "http://s3cret" + GetParam() + ":word@" + proxy.authority(),
+                                   "http://s3cret" + coded() + ":word@" + proxy.authority()}) {
+        for (const ProxyType::Type type : {ProxyType::HTTP, ProxyType::SOCKS_5_HOSTNAME}) {
+            useProxy(url, type);
+            EXPECT_EQ(run(), HttpClientResult::UNRESOLVED_PROXY_ERROR) << url;
+        }
+    }
+    EXPECT_EQ(0U, proxy.connections());
+    EXPECT_EQ(0U, server.connections()) << "not even without the proxy";
+    EXPECT_EQ(8U, log.count(" its proxy's URL is left out: it has a line break or NUL in it"));
+    EXPECT_FALSE(log.contains("s3cret"));
+}
+
+class CurlConfigurationProxyBreakTest : public CurlConfigurationBreakTest {
+protected:
+    /// A proxy that asks for the digest scheme, which writes the user into its header as it stands.
+    LoopbackServer proxy{[](const LoopbackServer::Request& got) {
+        return got.hasHeader("Proxy-Authorization")
+                   ? Reply::response(200, "passed")
+                   : Reply::response(407, "", {{"Proxy-Authenticate", "Digest realm=\"lab\", nonce=\"1\""}});
+    }};
+
+    void expectNoCredentials(const std::string& user, const std::string& password) {
+        for (const auto scheme :
+             {ProxyAuthentication::ANY, ProxyAuthentication::BASIC, ProxyAuthentication::DIGEST}) {
+            useProxy(proxy.url(""), ProxyType::HTTP)->setAuthentication(user, SecureString(password), scheme);
+            EXPECT_EQ(run(), HttpClientResult::SUCCESS);
+            EXPECT_EQ(407, response.responseCode);
+        }
+        EXPECT_THAT(proxy.received(), Not(HasSubstr("Injected")));
+        EXPECT_THAT(proxy.received(), Not(HasSubstr("Proxy-Authorization")));
+        EXPECT_EQ(3U, log.count(" its proxy's user with password is left out: it has a line break or NUL"));
+        EXPECT_FALSE(log.contains("s3cret"));
+    }
+};
+
+TEST_P(CurlConfigurationProxyBreakTest, InItsUserLeavesUserAndPasswordOut) {
+    expectNoCredentials(broken(), "word");
+}
+
+TEST_P(CurlConfigurationProxyBreakTest, InItsPasswordLeavesUserAndPasswordOut) {
+    expectNoCredentials("user", broken());
+}
+
+TEST_F(CurlConfigurationWireTest, AProxysSoundUserAndPasswordPassByDigest) {
+    LoopbackServer proxy([](const LoopbackServer::Request& got) {
+        return got.hasHeader("Proxy-Authorization")
+                   ? Reply::response(200, "passed")
+                   : Reply::response(407, "", {{"Proxy-Authenticate", "Digest realm=\"lab\", nonce=\"1\""}});
+    });
+    useProxy(proxy.url(""), ProxyType::HTTP)
+        ->setAuthentication("a user", SecureString("word"), ProxyAuthentication::DIGEST);
+    EXPECT_EQ(run(), HttpClientResult::SUCCESS);
+    EXPECT_EQ("passed", response.body);
+    EXPECT_THAT(proxy.requests().back().header("Proxy-Authorization"), HasSubstr("username=\"a user\""));
+}
+
+std::string nameOfBreak(const testing::TestParamInfo<std::string>& row) {
+    return row.param == "\r" ? "Cr" : row.param == "\n" ? "Lf" : row.param[0] != 0 ? "CrLf" : "Nul";
+}
+
+const auto BREAKS = testing::Values("\r", "\n", "\r\n", std::string(1, '\0'));
+
+INSTANTIATE_TEST_SUITE_P(Breaks, CurlConfigurationBreakTest, BREAKS, nameOfBreak);
+INSTANTIATE_TEST_SUITE_P(Breaks, CurlConfigurationProxyBreakTest, BREAKS, nameOfBreak);
 
 TEST_F(CurlConfigurationWireTest, AHeaderWithoutANameIsLeftOut) {
     *options.headers = {{"", "nameless"}, {"After", "2"}};

@@ -264,6 +264,16 @@ TEST_F(TransferFileTest, AFolderCanBeOpenedButNotUploaded) {
     expectUsable(*client_);
 }
 
+TEST_F(TransferFileTest, APathWithANulInItIsNoFileAndNotTheOneBeforeTheNul) {
+    LoopbackServer server(answering(200, "content"));
+    const std::string other = folder_.write("file", "another file's");
+    const std::string path = other + std::string(1, '\0') + ".txt";
+    EXPECT_EQ(upload(server.url("/"), path).result, HttpClientResult::HTTP_CONFIGURATION_ERROR);
+    EXPECT_EQ(download(server.url("/"), path).result, HttpClientResult::HTTP_CONFIGURATION_ERROR);
+    EXPECT_EQ(server.connections(), 0U);
+    EXPECT_EQ(TestFolder::read(other), "another file's");
+}
+
 /// Removes what is asked for at the moment in which the connection has come about, i.e. between the test-open
 /// and the first read.
 class AtConnection {
