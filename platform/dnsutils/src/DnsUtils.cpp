@@ -82,7 +82,7 @@ void takeRawAnswer(void* user, int status, int /*timeouts*/, unsigned char* byte
 }
 
 DnsQueryResult::Result queryServices(const QueryName& name, std::vector<ServiceResourceRecord>& records) {
-    ResolverChannel channel(currentSettings(), ResolverChannel::Search::NEVER);
+    ResolverChannel channel(currentSettings(), ResolverChannel::Search::AS_IT_IS);
     if (channel.get() == nullptr) {
         return DnsQueryResult::FAILURE;
     }
@@ -143,11 +143,16 @@ std::vector<Record> recordsOf(const std::string& name, int family, const ares_ad
     return records;
 }
 
+ResolverChannel::Search placesFor(const QueryName& name) {
+    if (isLocalhost(name)) {
+        return ResolverChannel::Search::IN_HOSTS_FILE;
+    }
+    return name.isAbsolute ? ResolverChannel::Search::AS_IT_IS : ResolverChannel::Search::BY_THE_SYSTEMS_LIST;
+}
+
 template <typename Record>
 DnsQueryResult::Result queryAddresses(const QueryName& name, int family, std::vector<Record>& records) {
-    ResolverChannel channel(currentSettings(), name.isAbsolute
-                                                   ? ResolverChannel::Search::NEVER
-                                                   : ResolverChannel::Search::BY_THE_SYSTEMS_LIST);
+    ResolverChannel channel(currentSettings(), placesFor(name));
     if (channel.get() == nullptr) {
         return DnsQueryResult::FAILURE;
     }
@@ -177,7 +182,15 @@ DnsQueryResult::Result executeAddressQuery(const std::string& name, int family,
         return DnsQueryResult::SUCCESS;
     }
     const auto query = readQueryName(name);
-    return query ? queryAddresses(*query, family, records) : DnsQueryResult::INVALID_NAME;
+    if (!query) {
+        return DnsQueryResult::INVALID_NAME;
+    }
+    const auto result = queryAddresses(*query, family, records);
+    if (result != DnsQueryResult::SUCCESS && isLocalhost(*query)) {
+        records.emplace_back(query->text, family == AF_INET ? "127.0.0.1" : "::1", 0U);
+        return DnsQueryResult::SUCCESS;
+    }
+    return result;
 }
 
 }  // namespace
@@ -189,7 +202,10 @@ DnsQueryResult::Result DnsUtils::executeSRVRecordQuery(const std::string& name,
         return DnsQueryResult::NO_RECORDS;
     }
     const auto query = readQueryName(name);
-    return query ? queryServices(*query, records) : DnsQueryResult::INVALID_NAME;
+    if (!query) {
+        return DnsQueryResult::INVALID_NAME;
+    }
+    return isLocalhost(*query) ? DnsQueryResult::NO_RECORDS : queryServices(*query, records);
 }
 
 DnsQueryResult::Result DnsUtils::executeARecordQuery(const std::string& name, std::vector<ARecord>& records) {

@@ -16,7 +16,12 @@ namespace zeb::dns {
 /// anew and needs no lock; that costs a fraction of what a query takes.
 class ResolverChannel {
 public:
-    enum class Search { NEVER, BY_THE_SYSTEMS_LIST };
+    /// Where a name is looked for.
+    enum class Search {
+        AS_IT_IS,             ///< that name, and no other
+        BY_THE_SYSTEMS_LIST,  ///< also within the domains of the system's search list
+        IN_HOSTS_FILE,        ///< nowhere else: DNS isn't asked
+    };
 
     ResolverChannel(const ResolverSettings& settings, Search search);
     ~ResolverChannel();
