@@ -127,13 +127,22 @@ std::string addressText(const ares_addrinfo_node& node) {
     return written == nullptr ? std::string() : written;
 }
 
+/// The last alias of the answer leads to it; without one it is the name that was found.
+std::string ownerOf(const ares_addrinfo& found, const std::string& name) {
+    const char* owner = found.name;
+    for (const ares_addrinfo_cname* alias = found.cnames; alias != nullptr; alias = alias->next) {
+        owner = alias->name != nullptr ? alias->name : owner;
+    }
+    return owner == nullptr ? name : owner;
+}
+
 template <typename Record>
 std::vector<Record> recordsOf(const std::string& name, int family, const ares_addrinfo* found) {
     std::vector<Record> records;
     if (found == nullptr) {
         return records;
     }
-    const std::string owner = found->name == nullptr ? name : found->name;
+    const std::string owner = ownerOf(*found, name);
     for (const ares_addrinfo_node* node = found->nodes; node != nullptr; node = node->ai_next) {
         if (node->ai_family == family && node->ai_addr != nullptr) {
             const auto ttl = static_cast<unsigned int>(std::max(node->ai_ttl, 0));
