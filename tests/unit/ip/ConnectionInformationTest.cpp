@@ -259,6 +259,7 @@ TEST_F(ConnectionInformationTest, ConnectionsAreTriedFromSeveralThreadsAtTheSame
     for (auto& thread : threads) {
         thread.join();
     }
+    EXPECT_TRUE(server.waitForConnections(40));
     EXPECT_EQ(server.connections(), 40U);
 }
 
@@ -416,7 +417,7 @@ TEST_F(FamilyTest, APolicyThatFailsIsIgnoredBecauseItIsSoft) {
 
 TEST_F(FamilyTest, APolicyThatFailsIsAnErrorWhereNoFailureIsIgnored) {
     information_->addPolicy(IpFamilyPreferencePolicy::IPV6_ONLY_POLICY);
-    information_->addPolicy(common::FailureManagementPolicy::DO_NOT_IGNORE_FAILURE_POLICY);
+    information_->addPolicy(common::FailureManagementPolicy::NEVER_IGNORE_FAILURE_POLICY);
     EXPECT_EQ(failing(V::DUAL_STACK), R::ErrorInternal);
     EXPECT_TRUE(log_.contains("IP family policy enforcement failed and policy cannot be ignored."));
 }
@@ -507,7 +508,7 @@ protected:
     void expectDirect(bool thruProxy) {
         const LoopbackServer server(answering());
         EXPECT_EQ(connect("127.0.0.1", server.port(), V::DUAL_STACK, thruProxy).result, R::Success);
-        EXPECT_EQ(server.connections(), 1U);
+        EXPECT_TRUE(server.waitForConnections(1));
         EXPECT_EQ(proxyServer_.connections(), 0U);
         EXPECT_TRUE(log_.contains("Set the no proxy option on the request: " +
                                   ZEBLogger_replacePIIData("127.0.0.1")));
@@ -557,7 +558,7 @@ TEST_F(ConnectionProxyTest, WithAProxyTheConnectionGoesToTheOneThatLibcurlFinds)
     const auto result = connect("host.invalid", 80, V::DUAL_STACK, true);
     EXPECT_EQ(result.result, R::Success);
     EXPECT_EQ(result.destinationAddress.getAddress(), "127.0.0.1");
-    EXPECT_EQ(proxyServer_.connections(), 1U);
+    EXPECT_TRUE(proxyServer_.waitForConnections(1));
     EXPECT_THAT(reader_->asked, ElementsAre("http://host.invalid"));
     EXPECT_FALSE(spy.last(CURLOPT_NOPROXY));
     EXPECT_FALSE(log_.contains("Set the no proxy option"));
