@@ -117,14 +117,17 @@ void takeAddressAnswer(void* user, int status, int /*timeouts*/, ares_addrinfo* 
     answer.found.reset(found);
 }
 
-std::string addressText(const ares_addrinfo_node& node) {
+std::string addressText(int family, const void* address) {
     std::array<char, INET6_ADDRSTRLEN> text{};
-    const void* const address =
-        node.ai_family == AF_INET
-            ? static_cast<const void*>(&reinterpret_cast<const sockaddr_in*>(node.ai_addr)->sin_addr)
-            : static_cast<const void*>(&reinterpret_cast<const sockaddr_in6*>(node.ai_addr)->sin6_addr);
-    const char* const written = inet_ntop(node.ai_family, address, text.data(), text.size());
+    const char* const written = inet_ntop(family, address, text.data(), text.size());
     return written == nullptr ? std::string() : written;
+}
+
+std::string addressText(const ares_addrinfo_node& node) {
+    if (node.ai_family == AF_INET) {
+        return addressText(AF_INET, &reinterpret_cast<const sockaddr_in*>(node.ai_addr)->sin_addr);
+    }
+    return addressText(AF_INET6, &reinterpret_cast<const sockaddr_in6*>(node.ai_addr)->sin6_addr);
 }
 
 /// The last alias of the answer leads to it; without one it is the name that was found.
@@ -152,16 +155,32 @@ std::vector<Record> recordsOf(const std::string& name, int family, const ares_ad
     return records;
 }
 
-ResolverChannel::Search placesFor(const QueryName& name) {
-    if (isLocalhost(name)) {
-        return ResolverChannel::Search::IN_HOSTS_FILE;
+/// "localhost" and the names below it: DNS is never asked for them. The hosts file may say something else
+/// than RFC 6761 does. (ares_getaddrinfo could be told to look into that file alone, but then leaks for these
+/// names.)
+template <typename Record>
+DnsQueryResult::Result findLocalhost(const QueryName& name, int family, std::vector<Record>& records) {
+    const ResolverChannel channel(currentSettings(), ResolverChannel::Search::AS_IT_IS);
+    hostent* found = nullptr;
+    if (channel.get() != nullptr &&
+        ares_gethostbyname_file(channel.get(), name.text.c_str(), family, &found) == ARES_SUCCESS) {
+        const std::unique_ptr<hostent, decltype(&ares_free_hostent)> owner(found, ares_free_hostent);
+        for (char** address = found->h_addr_list; found->h_addrtype == family && *address != nullptr;
+             ++address) {
+            records.emplace_back(name.text, addressText(family, *address), 0U);
+        }
     }
-    return name.isAbsolute ? ResolverChannel::Search::AS_IT_IS : ResolverChannel::Search::BY_THE_SYSTEMS_LIST;
+    if (records.empty()) {
+        records.emplace_back(name.text, family == AF_INET ? "127.0.0.1" : "::1", 0U);
+    }
+    return DnsQueryResult::SUCCESS;
 }
 
 template <typename Record>
 DnsQueryResult::Result queryAddresses(const QueryName& name, int family, std::vector<Record>& records) {
-    ResolverChannel channel(currentSettings(), placesFor(name));
+    ResolverChannel channel(currentSettings(), name.isAbsolute
+                                                   ? ResolverChannel::Search::AS_IT_IS
+                                                   : ResolverChannel::Search::BY_THE_SYSTEMS_LIST);
     if (channel.get() == nullptr) {
         return DnsQueryResult::FAILURE;
     }
@@ -194,12 +213,8 @@ DnsQueryResult::Result executeAddressQuery(const std::string& name, int family,
     if (!query) {
         return DnsQueryResult::INVALID_NAME;
     }
-    const auto result = queryAddresses(*query, family, records);
-    if (result != DnsQueryResult::SUCCESS && isLocalhost(*query)) {
-        records.emplace_back(query->text, family == AF_INET ? "127.0.0.1" : "::1", 0U);
-        return DnsQueryResult::SUCCESS;
-    }
-    return result;
+    return isLocalhost(*query) ? findLocalhost(*query, family, records)
+                               : queryAddresses(*query, family, records);
 }
 
 }  // namespace

@@ -105,8 +105,6 @@ ResolverChannel::ResolverChannel(const ResolverSettings& settings, Search search
     int mask = ARES_OPT_TIMEOUTMS | ARES_OPT_TRIES | ARES_OPT_SOCK_STATE_CB;
     if (search == Search::AS_IT_IS) {
         mask |= ARES_OPT_DOMAINS;  // none
-    } else if (search == Search::IN_HOSTS_FILE) {
-        mask |= ARES_OPT_LOOKUPS;
     }
     // NOLINTEND(hicpp-signed-bitwise)
     if (ares_init_options(&channel_, &options, mask) != ARES_SUCCESS) {
@@ -131,8 +129,6 @@ ares_options ResolverChannel::optionsFor(const ResolverSettings& settings) const
     ares_options options{};
     options.timeout = firstWait(settings.timeout, std::max<std::size_t>(serverCount_, 1));
     options.tries = ROUNDS;
-    static char hostsFile[] = "f";  // c-ares copies it
-    options.lookups = hostsFile;
     options.sock_state_cb = watchSocket;
     options.sock_state_cb_data = const_cast<ResolverChannel*>(this);
     return options;

@@ -20,7 +20,6 @@ public:
     enum class Search {
         AS_IT_IS,             ///< that name, and no other
         BY_THE_SYSTEMS_LIST,  ///< also within the domains of the system's search list
-        IN_HOSTS_FILE,        ///< nowhere else: DNS isn't asked
     };
 
     ResolverChannel(const ResolverSettings& settings, Search search);
