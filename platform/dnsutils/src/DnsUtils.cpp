@@ -9,6 +9,7 @@
 #include <arpa/inet.h>
 #include <arpa/nameser.h>
 #include <array>
+#include <limits>
 #include <memory>
 #include <mutex>
 #include <netdb.h>
@@ -130,13 +131,22 @@ std::string addressText(const ares_addrinfo_node& node) {
     return addressText(AF_INET6, &reinterpret_cast<const sockaddr_in6*>(node.ai_addr)->sin6_addr);
 }
 
-/// The last alias of the answer leads to it; without one it is the name that was found.
-std::string ownerOf(const ares_addrinfo& found, const std::string& name) {
-    const char* owner = found.name;
+/// What the aliases on the way make of a name and of a time to live: the last one leads to the owner of the
+/// addresses, and the way as a whole holds no longer than its shortest part.
+struct Way {
+    std::string owner;
+    int ttl;
+};
+
+Way readWay(const ares_addrinfo& found, const std::string& name) {
+    Way way{found.name == nullptr ? name : found.name, std::numeric_limits<int>::max()};
     for (const ares_addrinfo_cname* alias = found.cnames; alias != nullptr; alias = alias->next) {
-        owner = alias->name != nullptr ? alias->name : owner;
+        if (alias->name != nullptr) {
+            way.owner = alias->name;
+        }
+        way.ttl = std::min(way.ttl, alias->ttl);
     }
-    return owner == nullptr ? name : owner;
+    return way;
 }
 
 template <typename Record>
@@ -145,11 +155,11 @@ std::vector<Record> recordsOf(const std::string& name, int family, const ares_ad
     if (found == nullptr) {
         return records;
     }
-    const std::string owner = ownerOf(*found, name);
+    const Way way = readWay(*found, name);
     for (const ares_addrinfo_node* node = found->nodes; node != nullptr; node = node->ai_next) {
         if (node->ai_family == family && node->ai_addr != nullptr) {
-            const auto ttl = static_cast<unsigned int>(std::max(node->ai_ttl, 0));
-            records.emplace_back(owner, addressText(*node), ttl);
+            const auto ttl = static_cast<unsigned int>(std::max(std::min(node->ai_ttl, way.ttl), 0));
+            records.emplace_back(way.owner, addressText(*node), ttl);
         }
     }
     return records;

@@ -145,7 +145,7 @@ void ResolverChannel::watch(int socket, bool readable, bool writable) {
 }
 
 void ResolverChannel::noteFailure(int error) {
-    (isNoWay(error) ? sawNoWay_ : sawServer_) = true;
+    (isNoWay(error) ? sawNoWay_ : sawFailure_) = true;
 }
 
 void ResolverChannel::run(const bool& done) {
@@ -187,6 +187,14 @@ void ResolverChannel::processOnce(Clock::duration atMost) {
     }
 }
 
+/// No server is left to ask, and c-ares doesn't tell why. Where the system names none, c-ares takes it to
+/// have one on this very machine; if nobody answers there, the system has none.
+DnsQueryResult::Result ResolverChannel::resultWithoutServer() const {
+    const bool hadNoWay = sawNoWay_ && !sawFailure_;
+    return !sawAnswer_ && (hadNoWay || serverCount_ == 0) ? DnsQueryResult::NO_NETWORK
+                                                          : DnsQueryResult::SERVER_FAILURE;
+}
+
 DnsQueryResult::Result ResolverChannel::resultOf(int status) const {
     switch (status) {
         case ARES_SUCCESS:
@@ -202,10 +210,7 @@ DnsQueryResult::Result ResolverChannel::resultOf(int status) const {
         case ARES_ECANCELLED:
             return timeIsOver_ ? DnsQueryResult::TIME_OUT : DnsQueryResult::FAILURE;
         case ARES_ECONNREFUSED:
-            // No server is left to ask. Without one of its own the system is taken to have one on this very
-            // machine, which isn't there.
-            return serverCount_ == 0 || (sawNoWay_ && !sawServer_) ? DnsQueryResult::NO_NETWORK
-                                                                   : DnsQueryResult::SERVER_FAILURE;
+            return resultWithoutServer();
         case ARES_EFORMERR:
         case ARES_ESERVFAIL:
         case ARES_ENOTIMP:

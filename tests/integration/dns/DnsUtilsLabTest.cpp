@@ -107,6 +107,7 @@ TEST_F(DnsUtilsLabTest, AnAliasIsFollowed) {
     ASSERT_THAT(a_, SizeIs(1));
     EXPECT_EQ(a_[0].getName(), "edge-b.corp.test");
     EXPECT_EQ(a_[0].getIP4Address(), "127.0.0.2");
+    EXPECT_EQ(a_[0].getTtl(), 77U) << "the alias's";
 }
 
 TEST_F(DnsUtilsLabTest, AnAnswerThatIsTooLargeForUdpIsWhole) {
@@ -209,6 +210,16 @@ TEST_F(DnsUtilsLabTest, NoWayToOneServerAndARefusalOfTheOtherIsAFailureOfTheServ
     EXPECT_EQ(queryServices(), DnsQueryResult::SERVER_FAILURE);
     useResolver(DEAD + std::string(UNROUTED));
     EXPECT_EQ(queryServices(), DnsQueryResult::SERVER_FAILURE);
+}
+
+TEST_F(DnsUtilsLabTest, NoWayToOneServerAndSilenceOfTheOtherIsATimeOut) {
+    DnsUtils::setTimeout(milliseconds(200));
+    useResolver(UNROUTED + std::string(SILENT));
+    EXPECT_EQ(queryServices(), DnsQueryResult::TIME_OUT);
+    EXPECT_EQ(queryA(), DnsQueryResult::TIME_OUT);
+    resolver_->write(SILENT + std::string(UNROUTED));
+    EXPECT_EQ(queryServices(), DnsQueryResult::TIME_OUT);
+    EXPECT_EQ(queryA(), DnsQueryResult::TIME_OUT);
 }
 
 // --- Several servers, and settings that change ------------------------------------------------------------

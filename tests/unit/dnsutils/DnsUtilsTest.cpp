@@ -164,6 +164,22 @@ TEST_F(DnsUtilsTest, AnAliasLeadsToTheAddressAndItsName) {
     ASSERT_THAT(a_, SizeIs(1));
     EXPECT_EQ(a_[0].getName(), "real.corp.example");
     EXPECT_EQ(a_[0].getIP4Address(), "192.0.2.7");
+    EXPECT_EQ(a_[0].getTtl(), 9U) << "no longer than the alias";
+}
+
+TEST_F(DnsUtilsTest, AnAliasThatLivesLongerLeavesTheTimeToLiveAlone) {
+    serve([](const DnsQuestion& question) {
+        return DnsAnswer(question)
+            .cname("real.corp.example", 900)
+            .owner("real.corp.example")
+            .aaaa("2001:db8::7", 60)
+            .aaaa("2001:db8::8", 61)
+            .bytes();
+    });
+    EXPECT_EQ(queryAaaa(), DnsQueryResult::SUCCESS);
+    ASSERT_THAT(aaaa_, SizeIs(2));
+    EXPECT_EQ(aaaa_[0].getTtl(), 60U);
+    EXPECT_EQ(aaaa_[1].getTtl(), 61U);
 }
 
 TEST_F(DnsUtilsTest, AnAliasLeadsToServiceRecords) {
@@ -172,10 +188,12 @@ TEST_F(DnsUtilsTest, AnAliasLeadsToServiceRecords) {
             .cname("_real._tls.corp.example", 9)
             .owner("_real._tls.corp.example")
             .srv(1, 2, 3, "edge.corp.example", 4)
+            .srv(1, 2, 3, "long.corp.example", 10)
             .bytes();
     });
     EXPECT_EQ(queryServices(), DnsQueryResult::SUCCESS);
-    EXPECT_THAT(services(), ElementsAre("1 2 3 edge.corp.example 4"));
+    EXPECT_THAT(services(), ElementsAre("1 2 3 edge.corp.example 4", "1 2 3 long.corp.example 9"))
+        << "no longer than the alias";
 }
 
 TEST_F(DnsUtilsTest, ATargetThatIsCompressedIsRead) {
