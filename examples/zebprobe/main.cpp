@@ -24,7 +24,6 @@ using zeb::dns::DnsUtils;
 using zeb::dns::ServiceResourceRecord;
 using zeb::ip::ConnectionInformation;
 using zeb::ip::ConnectionInformationResult;
-using zeb::ip::IpAddress;
 using Family = zeb::ip::IpFamilyPreferencePolicy::PolicyValue;
 
 constexpr unsigned long DEFAULT_SECONDS = 5;

@@ -135,7 +135,8 @@ ConnectionInformationResult ConnectionInformation::getConnectionInformationForHo
     if (!areValid(host, port, timeoutSeconds)) {
         return failure(ConnectionInformationResult::ErrorInvalidParameter);
     }
-    const auto result = connect(withBracketsIfIpv6(host), port, timeoutSeconds, thruProxy, policyValue);
+    ConnectionInformationResult result =
+        connect(withBracketsIfIpv6(host), port, timeoutSeconds, thruProxy, policyValue);
     ZEB_LOG_INFO(log::ip(), result);
     return result;
 }

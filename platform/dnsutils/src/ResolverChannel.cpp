@@ -79,7 +79,7 @@ constexpr int ROUNDS = 2;
 int firstWait(std::chrono::milliseconds timeout, std::size_t count) {
     constexpr std::size_t WAITS_PER_SERVER = 3;
     const auto waits = static_cast<std::chrono::milliseconds::rep>(WAITS_PER_SERVER * count);
-    constexpr std::chrono::milliseconds::rep LONGEST = 1000 * 1000;
+    constexpr std::chrono::milliseconds::rep LONGEST = 1000000;
     return static_cast<int>(std::clamp(timeout.count() / waits, std::chrono::milliseconds::rep{1}, LONGEST));
 }
 
