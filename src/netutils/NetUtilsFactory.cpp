@@ -2,6 +2,9 @@
 
 #include "core/ThreadPool.h"
 #include "http/BasicHttpClientImpl.h"
+#include "netutils/NetworkEventReporterImpl.h"
+#include "netutils/NetworkEventReporterObserver.h"
+#include "netutils/adapters/HttpEventReporterAdapter.h"
 #include "version/Version.h"
 
 #include <utility>
@@ -43,10 +46,15 @@ std::shared_ptr<http::BasicHttpClient> NetUtilsFactory::createBasicHttpClient(
 
 std::shared_ptr<http::BasicHttpClient> NetUtilsFactory::createBasicHttpClient(
     std::shared_ptr<cert::CertVerifier> /*certVerifier*/, std::shared_ptr<ThreadPool> threadPool) {
-    // This build has neither a certificate verifier nor an edge layer nor network events: a
-    // cert::CertVerifier can't exist yet, so the client gets none and refuses every certificate.
-    return http::BasicHttpClientImpl::buildBasicHttpClientImpl(nullptr, nullptr, std::move(threadPool),
-                                                               nullptr);
+    // This build has neither a certificate verifier nor an edge layer: a cert::CertVerifier can't exist yet,
+    // so the client gets none and refuses every certificate.
+    return http::BasicHttpClientImpl::buildBasicHttpClientImpl(
+        nullptr, nullptr, std::move(threadPool),
+        std::make_shared<adapters::HttpEventReporterAdapter>(createNetworkEventReporter()));
+}
+
+std::shared_ptr<NetworkEventReporter> NetUtilsFactory::createNetworkEventReporter() {
+    return std::make_shared<NetworkEventReporterImpl>(NetworkEventReporterObserver::getInstance());
 }
 
 }  // namespace zeb::netutils
