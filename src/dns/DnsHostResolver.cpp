@@ -9,13 +9,32 @@ namespace zeb::dns {
 namespace {
 
 template <typename Record>
-bool hasRecords(DnsQueryResult::Result result, const std::vector<Record>& records, const char* type) {
-    if (result == DnsQueryResult::SUCCESS && !records.empty()) {
-        ZEB_LOG_DEBUG(log::dns(), type << " record query succeeded with record size: " << records.size());
+bool isFound(DnsQueryResult::Result result, const std::vector<Record>& records) {
+    return result == DnsQueryResult::SUCCESS && !records.empty();
+}
+
+bool hasIpv4Address(const std::string& host) {
+    ZEB_LOG_DEBUG(log::dns(), "About to execute A record query for: " << ZEBLogger_replacePIIData(host));
+    std::vector<ARecord> records;
+    const auto result = DnsUtils::executeARecordQuery(host, records);
+    if (isFound(result, records)) {
+        ZEB_LOG_DEBUG(log::dns(), "A record query succeeded with record size: " << records.size());
         return true;
     }
-    ZEB_LOG_DEBUG(log::dns(), type << " record query failed with result: " << result
-                                   << " and record size: " << records.size());
+    ZEB_LOG_DEBUG(log::dns(),
+                  "A record query failed with result: " << result << " and record size: " << records.size());
+    return false;
+}
+
+bool hasIpv6Address(const std::string& host) {
+    std::vector<AAAARecord> records;
+    const auto result = DnsUtils::executeAAAARecordQuery(host, records);
+    if (isFound(result, records)) {
+        ZEB_LOG_DEBUG(log::dns(), "AAAA record query succeeded with record size: " << records.size());
+        return true;
+    }
+    ZEB_LOG_DEBUG(log::dns(), "AAAA record query failed with result: " << result << " and record size: "
+                                                                       << records.size());
     return false;
 }
 
@@ -24,15 +43,7 @@ bool hasRecords(DnsQueryResult::Result result, const std::vector<Record>& record
 DnsHostResolver::~DnsHostResolver() = default;
 
 bool DnsHostResolver::isResolvable(const std::string& host) {
-    ZEB_LOG_DEBUG(log::dns(), "About to execute A record query for: " << ZEBLogger_replacePIIData(host));
-    std::vector<ARecord> addresses;
-    const auto result = DnsUtils::executeARecordQuery(host, addresses);
-    if (hasRecords(result, addresses, "A")) {
-        return true;
-    }
-    std::vector<AAAARecord> ipv6Addresses;
-    const auto ipv6Result = DnsUtils::executeAAAARecordQuery(host, ipv6Addresses);
-    return hasRecords(ipv6Result, ipv6Addresses, "AAAA");
+    return hasIpv4Address(host) || hasIpv6Address(host);
 }
 
 }  // namespace zeb::dns

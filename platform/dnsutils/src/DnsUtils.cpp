@@ -9,6 +9,7 @@
 #include <arpa/inet.h>
 #include <arpa/nameser.h>
 #include <array>
+#include <limits>
 #include <memory>
 #include <mutex>
 #include <netdb.h>
@@ -82,7 +83,7 @@ void takeRawAnswer(void* user, int status, int /*timeouts*/, unsigned char* byte
 }
 
 DnsQueryResult::Result queryServices(const QueryName& name, std::vector<ServiceResourceRecord>& records) {
-    ResolverChannel channel(currentSettings(), ResolverChannel::Search::NEVER);
+    ResolverChannel channel(currentSettings(), ResolverChannel::Search::AS_IT_IS);
     if (channel.get() == nullptr) {
         return DnsQueryResult::FAILURE;
     }
@@ -117,14 +118,35 @@ void takeAddressAnswer(void* user, int status, int /*timeouts*/, ares_addrinfo* 
     answer.found.reset(found);
 }
 
-std::string addressText(const ares_addrinfo_node& node) {
+std::string addressText(int family, const void* address) {
     std::array<char, INET6_ADDRSTRLEN> text{};
-    const void* const address =
-        node.ai_family == AF_INET
-            ? static_cast<const void*>(&reinterpret_cast<const sockaddr_in*>(node.ai_addr)->sin_addr)
-            : static_cast<const void*>(&reinterpret_cast<const sockaddr_in6*>(node.ai_addr)->sin6_addr);
-    const char* const written = inet_ntop(node.ai_family, address, text.data(), text.size());
+    const char* const written = inet_ntop(family, address, text.data(), text.size());
     return written == nullptr ? std::string() : written;
+}
+
+std::string addressText(const ares_addrinfo_node& node) {
+    if (node.ai_family == AF_INET) {
+        return addressText(AF_INET, &reinterpret_cast<const sockaddr_in*>(node.ai_addr)->sin_addr);
+    }
+    return addressText(AF_INET6, &reinterpret_cast<const sockaddr_in6*>(node.ai_addr)->sin6_addr);
+}
+
+/// What the aliases on the way make of a name and of a time to live: the last one leads to the owner of the
+/// addresses, and the way as a whole holds no longer than its shortest part.
+struct Way {
+    std::string owner;
+    int ttl;
+};
+
+Way readWay(const ares_addrinfo& found, const std::string& name) {
+    Way way{found.name == nullptr ? name : found.name, std::numeric_limits<int>::max()};
+    for (const ares_addrinfo_cname* alias = found.cnames; alias != nullptr; alias = alias->next) {
+        if (alias->name != nullptr) {
+            way.owner = alias->name;
+        }
+        way.ttl = std::min(way.ttl, alias->ttl);
+    }
+    return way;
 }
 
 template <typename Record>
@@ -133,20 +155,41 @@ std::vector<Record> recordsOf(const std::string& name, int family, const ares_ad
     if (found == nullptr) {
         return records;
     }
-    const std::string owner = found->name == nullptr ? name : found->name;
+    const Way way = readWay(*found, name);
     for (const ares_addrinfo_node* node = found->nodes; node != nullptr; node = node->ai_next) {
         if (node->ai_family == family && node->ai_addr != nullptr) {
-            const auto ttl = static_cast<unsigned int>(std::max(node->ai_ttl, 0));
-            records.emplace_back(owner, addressText(*node), ttl);
+            const auto ttl = static_cast<unsigned int>(std::max(std::min(node->ai_ttl, way.ttl), 0));
+            records.emplace_back(way.owner, addressText(*node), ttl);
         }
     }
     return records;
 }
 
+/// "localhost" and the names below it: DNS is never asked for them. The hosts file may say something else
+/// than RFC 6761 does. (ares_getaddrinfo could be told to look into that file alone, but then leaks for these
+/// names.)
+template <typename Record>
+DnsQueryResult::Result findLocalhost(const QueryName& name, int family, std::vector<Record>& records) {
+    const ResolverChannel channel(currentSettings(), ResolverChannel::Search::AS_IT_IS);
+    hostent* found = nullptr;
+    if (channel.get() != nullptr &&
+        ares_gethostbyname_file(channel.get(), name.text.c_str(), family, &found) == ARES_SUCCESS) {
+        const std::unique_ptr<hostent, decltype(&ares_free_hostent)> owner(found, ares_free_hostent);
+        for (char** address = found->h_addr_list; found->h_addrtype == family && *address != nullptr;
+             ++address) {
+            records.emplace_back(name.text, addressText(family, *address), 0U);
+        }
+    }
+    if (records.empty()) {
+        records.emplace_back(name.text, family == AF_INET ? "127.0.0.1" : "::1", 0U);
+    }
+    return DnsQueryResult::SUCCESS;
+}
+
 template <typename Record>
 DnsQueryResult::Result queryAddresses(const QueryName& name, int family, std::vector<Record>& records) {
     ResolverChannel channel(currentSettings(), name.isAbsolute
-                                                   ? ResolverChannel::Search::NEVER
+                                                   ? ResolverChannel::Search::AS_IT_IS
                                                    : ResolverChannel::Search::BY_THE_SYSTEMS_LIST);
     if (channel.get() == nullptr) {
         return DnsQueryResult::FAILURE;
@@ -177,7 +220,11 @@ DnsQueryResult::Result executeAddressQuery(const std::string& name, int family,
         return DnsQueryResult::SUCCESS;
     }
     const auto query = readQueryName(name);
-    return query ? queryAddresses(*query, family, records) : DnsQueryResult::INVALID_NAME;
+    if (!query) {
+        return DnsQueryResult::INVALID_NAME;
+    }
+    return isLocalhost(*query) ? findLocalhost(*query, family, records)
+                               : queryAddresses(*query, family, records);
 }
 
 }  // namespace
@@ -189,7 +236,10 @@ DnsQueryResult::Result DnsUtils::executeSRVRecordQuery(const std::string& name,
         return DnsQueryResult::NO_RECORDS;
     }
     const auto query = readQueryName(name);
-    return query ? queryServices(*query, records) : DnsQueryResult::INVALID_NAME;
+    if (!query) {
+        return DnsQueryResult::INVALID_NAME;
+    }
+    return isLocalhost(*query) ? DnsQueryResult::NO_RECORDS : queryServices(*query, records);
 }
 
 DnsQueryResult::Result DnsUtils::executeARecordQuery(const std::string& name, std::vector<ARecord>& records) {

@@ -2,6 +2,8 @@
 
 #include <algorithm>
 #include <cstddef>
+#include <string_view>
+#include <strings.h>
 
 namespace zeb::dns {
 namespace {
@@ -9,12 +11,14 @@ namespace {
 constexpr std::size_t MAX_NAME = 253;
 constexpr std::size_t MAX_LABEL = 63;
 
-/// c-ares would take a backslash for the beginning of an escape. Bytes beyond ASCII are fine: some servers'
-/// names are in UTF-8.
+/// Bytes beyond ASCII are fine: some servers' names are in UTF-8.
 bool canStandInName(char character) {
-    const auto byte = static_cast<unsigned char>(character);
-    constexpr unsigned char DELETE = 0x7f;
-    return byte > ' ' && byte != DELETE && character != '\\';
+    const auto isBetween = [character](char first, char last) {
+        return character >= first && character <= last;
+    };
+    constexpr unsigned char LAST_OF_ASCII = 0x7f;
+    return isBetween('a', 'z') || isBetween('A', 'Z') || isBetween('0', '9') || character == '-' ||
+           character == '_' || character == '.' || static_cast<unsigned char>(character) > LAST_OF_ASCII;
 }
 
 bool hasGoodLabels(const std::string& name) {
@@ -42,6 +46,17 @@ std::optional<QueryName> readQueryName(const std::string& name) {
         return std::nullopt;
     }
     return result;
+}
+
+bool isLocalhost(const QueryName& name) {
+    constexpr std::string_view LOCALHOST = "localhost";
+    const std::size_t length = name.text.size();
+    if (length < LOCALHOST.size()) {
+        return false;
+    }
+    const std::size_t begin = length - LOCALHOST.size();
+    return (begin == 0 || name.text[begin - 1] == '.') &&
+           strcasecmp(name.text.c_str() + begin, LOCALHOST.data()) == 0;
 }
 
 }  // namespace zeb::dns

@@ -79,7 +79,7 @@ constexpr int ROUNDS = 2;
 int firstWait(std::chrono::milliseconds timeout, std::size_t count) {
     constexpr std::size_t WAITS_PER_SERVER = 3;
     const auto waits = static_cast<std::chrono::milliseconds::rep>(WAITS_PER_SERVER * count);
-    constexpr std::chrono::milliseconds::rep LONGEST = 1000 * 1000;
+    constexpr std::chrono::milliseconds::rep LONGEST = 1000000;
     return static_cast<int>(std::clamp(timeout.count() / waits, std::chrono::milliseconds::rep{1}, LONGEST));
 }
 
@@ -103,7 +103,7 @@ ResolverChannel::ResolverChannel(const ResolverSettings& settings, Search search
     ares_options options = optionsFor(settings);
     // NOLINTBEGIN(hicpp-signed-bitwise): flags of c-ares
     int mask = ARES_OPT_TIMEOUTMS | ARES_OPT_TRIES | ARES_OPT_SOCK_STATE_CB;
-    if (search == Search::NEVER) {
+    if (search == Search::AS_IT_IS) {
         mask |= ARES_OPT_DOMAINS;  // none
     }
     // NOLINTEND(hicpp-signed-bitwise)
@@ -145,7 +145,7 @@ void ResolverChannel::watch(int socket, bool readable, bool writable) {
 }
 
 void ResolverChannel::noteFailure(int error) {
-    (isNoWay(error) ? sawNoWay_ : sawServer_) = true;
+    (isNoWay(error) ? sawNoWay_ : sawFailure_) = true;
 }
 
 void ResolverChannel::run(const bool& done) {
@@ -187,6 +187,14 @@ void ResolverChannel::processOnce(Clock::duration atMost) {
     }
 }
 
+/// No server is left to ask, and c-ares doesn't tell why. Where the system names none, c-ares takes it to
+/// have one on this very machine; if nobody answers there, the system has none.
+DnsQueryResult::Result ResolverChannel::resultWithoutServer() const {
+    const bool hadNoWay = sawNoWay_ && !sawFailure_;
+    return !sawAnswer_ && (hadNoWay || serverCount_ == 0) ? DnsQueryResult::NO_NETWORK
+                                                          : DnsQueryResult::SERVER_FAILURE;
+}
+
 DnsQueryResult::Result ResolverChannel::resultOf(int status) const {
     switch (status) {
         case ARES_SUCCESS:
@@ -202,10 +210,7 @@ DnsQueryResult::Result ResolverChannel::resultOf(int status) const {
         case ARES_ECANCELLED:
             return timeIsOver_ ? DnsQueryResult::TIME_OUT : DnsQueryResult::FAILURE;
         case ARES_ECONNREFUSED:
-            // No server is left to ask. Without one of its own the system is taken to have one on this very
-            // machine, which isn't there.
-            return serverCount_ == 0 || (sawNoWay_ && !sawServer_) ? DnsQueryResult::NO_NETWORK
-                                                                   : DnsQueryResult::SERVER_FAILURE;
+            return resultWithoutServer();
         case ARES_EFORMERR:
         case ARES_ESERVFAIL:
         case ARES_ENOTIMP:

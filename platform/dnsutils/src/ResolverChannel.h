@@ -16,7 +16,11 @@ namespace zeb::dns {
 /// anew and needs no lock; that costs a fraction of what a query takes.
 class ResolverChannel {
 public:
-    enum class Search { NEVER, BY_THE_SYSTEMS_LIST };
+    /// Where a name is looked for.
+    enum class Search {
+        AS_IT_IS,             ///< that name, and no other
+        BY_THE_SYSTEMS_LIST,  ///< also within the domains of the system's search list
+    };
 
     ResolverChannel(const ResolverSettings& settings, Search search);
     ~ResolverChannel();
@@ -36,21 +40,24 @@ public:
     // For the functions that c-ares calls.
     void watch(int socket, bool readable, bool writable);
     void noteFailure(int error);
-    void noteAnswer() { sawServer_ = true; }
+    void noteAnswer() { sawAnswer_ = true; }
 
 private:
     using Clock = std::chrono::steady_clock;
 
     ares_options optionsFor(const ResolverSettings& settings) const;
     void processOnce(Clock::duration atMost);
+    DnsQueryResult::Result resultWithoutServer() const;
 
     const std::size_t serverCount_;
     const Clock::time_point deadline_;
     ares_channel channel_ = nullptr;
     std::map<int, short> sockets_;  ///< what each socket waits for, in the words of poll()
     bool timeIsOver_ = false;
-    bool sawNoWay_ = false;   ///< no way led to some server
-    bool sawServer_ = false;  ///< something else was heard of some server: an answer, a refusal
+    // What has come of asking, on whatever socket.
+    bool sawNoWay_ = false;    ///< no way led to some server
+    bool sawFailure_ = false;  ///< another failure: nobody listens
+    bool sawAnswer_ = false;   ///< bytes, good or bad
 };
 
 }  // namespace zeb::dns

@@ -1,10 +1,12 @@
 #include "ServiceAnswer.h"
 
+#include <algorithm>
 #include <arpa/nameser.h>
 #include <cstdint>
 #include <limits>
 #include <memory>
 #include <string>
+#include <utility>
 
 #include <ares.h>
 
@@ -22,6 +24,7 @@ class MessageReader {
 public:
     MessageReader(const unsigned char* message, std::size_t size) : message_(message), size_(size) {}
 
+    void fail() { failed_ = true; }
     bool hasFailed() const { return failed_; }
     std::size_t position() const { return position_; }
 
@@ -85,26 +88,42 @@ ServiceResourceRecord readService(MessageReader& reader, std::uint32_t ttl) {
     const unsigned int priority = reader.read16();
     const unsigned int weight = reader.read16();
     const unsigned int port = reader.read16();
-    return {priority, weight, port, reader.readName(), soundTtl(ttl)};
+    return {priority, weight, port, reader.readName(), ttl};
 }
 
-void readRecord(MessageReader& reader, std::vector<ServiceResourceRecord>& records) {
+struct Answers {
+    std::vector<ServiceResourceRecord> services;
+    std::uint32_t aliasTtl = std::numeric_limits<std::uint32_t>::max();  ///< the shortest of the aliases
+};
+
+void readRecord(MessageReader& reader, Answers& answers) {
     reader.readName();  // of the owner, which the question or an alias of it names
     const unsigned int type = reader.read16();
     const unsigned int classOfRecord = reader.read16();
-    const std::uint32_t ttl = reader.read32();
+    const std::uint32_t ttl = soundTtl(reader.read32());
     const std::size_t length = reader.read16();
+    if (type == ns_t_cname) {
+        answers.aliasTtl = std::min(answers.aliasTtl, ttl);
+    }
     if (type != ns_t_srv || classOfRecord != ns_c_in) {
         reader.skip(length);
         return;
     }
     const std::size_t begin = reader.position();
-    auto record = readService(reader, ttl);
+    auto service = readService(reader, ttl);
     const bool isWhole = reader.position() - begin == length;
     if (!isWhole) {
-        reader.skip(std::numeric_limits<std::size_t>::max());  // fails
-    } else if (!reader.hasFailed() && !record.getTarget().empty()) {
-        records.push_back(std::move(record));
+        reader.fail();
+    } else if (!reader.hasFailed() && !service.getTarget().empty()) {
+        answers.services.push_back(std::move(service));
+    }
+}
+
+/// The way over aliases holds no longer than its shortest part.
+void limitTtl(std::vector<ServiceResourceRecord>& services, std::uint32_t most) {
+    for (auto& service : services) {
+        service = {service.getPriority(), service.getWeight(), service.getPort(), service.getTarget(),
+                   std::min(service.getTtl(), most)};
     }
 }
 
@@ -122,14 +141,15 @@ std::optional<std::vector<ServiceResourceRecord>> readServiceAnswer(const unsign
     unsigned int answerCount = reader.read16();
     reader.skip(HEADER_SIZE - reader.position());
     skipQuestions(reader, questionCount);
-    std::vector<ServiceResourceRecord> records;
+    Answers answers;
     for (; answerCount > 0 && !reader.hasFailed(); --answerCount) {
-        readRecord(reader, records);
+        readRecord(reader, answers);
     }
     if (reader.hasFailed()) {
         return std::nullopt;
     }
-    return records;
+    limitTtl(answers.services, answers.aliasTtl);
+    return answers.services;
 }
 
 }  // namespace zeb::dns

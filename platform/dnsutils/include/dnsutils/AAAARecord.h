@@ -16,8 +16,8 @@ public:
     const std::string& getName() const { return name_; }
     /// In the form of RFC 5952: "2001:db8::1".
     const std::string& getIP6Address() const { return address_; }
-    /// How many seconds the record may be kept; 0 for one that comes from the hosts file, or from no name at
-    /// all.
+    /// How many seconds the record, and the aliases that lead to it, may be kept; 0 for one that comes from
+    /// the hosts file, or from no name at all.
     unsigned int getTtl() const { return ttl_; }
 
 private:

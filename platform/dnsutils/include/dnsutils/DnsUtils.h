@@ -31,13 +31,14 @@ public:
 
     /// The service records of a whole name ("_service._tcp.example.com"), in the order of the answer; see
     /// ServiceResourceRecordSorter. A record that says that there is no such service (the target ".", RFC
-    /// 2782) is left out. An IP address has none.
+    /// 2782) is left out. An IP address has none, nor
+    /// has localhost.
     static DnsQueryResult::Result executeSRVRecordQuery(const std::string& name,
                                                         std::vector<ServiceResourceRecord>& records);
 
     /// The IPv4 addresses of a host, as the system's resolver finds them: in the hosts file and in DNS, by
-    /// the search list for a name without a dot; localhost is always known. An IPv4 address is its own
-    /// record, an IPv6 address has none.
+    /// the search list for a name without a dot at its end; localhost, and what ends in ".localhost", is
+    /// always known. An IPv4 address is its own record, an IPv6 address has none.
     static DnsQueryResult::Result executeARecordQuery(const std::string& name, std::vector<ARecord>& records);
 
     /// The same for IPv6 addresses.

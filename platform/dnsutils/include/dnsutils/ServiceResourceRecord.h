@@ -20,7 +20,7 @@ public:
     unsigned int getPort() const { return port_; }
     /// The host, without a dot at its end.
     const std::string& getTarget() const { return target_; }
-    /// How many seconds the record may be kept.
+    /// How many seconds the record, and the aliases that lead to it, may be kept.
     unsigned int getTtl() const { return ttl_; }
 
 private:
