@@ -94,7 +94,8 @@ CertificateCacheAccessor::AlreadyDecided::Answer CertificateCacheAccessor::hasBe
     }
     const AlreadyDecided::Answer covered = isCoveredByTransitions(*policy, cached);
     if (covered == AlreadyDecided::NO) {
-        CertificateValidityCache::removeFromRejectedInvalidCache(fingerprint_);
+        // Not blindly: a user may have decided since the entry was read, and must not be asked again.
+        CertificateValidityCache::removeFromRejectedInvalidCache(fingerprint_, cached);
     } else if (covered == AlreadyDecided::YES) {
         CertificateValidityCache::addRejectedInvalidCertificate(fingerprint_, statuses_);
     }
@@ -117,7 +118,7 @@ CertificateCacheAccessor::AlreadyDecided::Answer CertificateCacheAccessor::hasBe
     }
     const AlreadyDecided::Answer covered = isCoveredByTransitions(*policy, cached);
     if (covered == AlreadyDecided::NO) {
-        CertificateValidityCache::removeFromAcceptedInvalidCache(fingerprint_);
+        CertificateValidityCache::removeFromAcceptedInvalidCache(fingerprint_, cached);  // as above
     } else if (covered == AlreadyDecided::YES) {
         CertificateValidityCache::addAcceptedInvalidCertificate(fingerprint_, statuses_);
         statuses_ = {CertStatus::VALID};

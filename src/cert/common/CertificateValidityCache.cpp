@@ -48,6 +48,15 @@ void remove(Mutex& mutex, Decisions& decisions, const std::string& fingerprint) 
     decisions.erase(fingerprint);
 }
 
+void removeUnchanged(Mutex& mutex, Decisions& decisions, const std::string& fingerprint,
+                     const Statuses& unchanged) {
+    const ScopedLock lock(mutex);
+    const auto entry = decisions.find(fingerprint);
+    if (entry != decisions.end() && entry->second == unchanged) {
+        decisions.erase(entry);
+    }
+}
+
 template <typename Store>
 void forget(Mutex& mutex, Store& store) {
     const ScopedLock lock(mutex);
@@ -218,6 +227,18 @@ void CertificateValidityCache::removeFromRejectedInvalidCache(const x509_st* cer
 
 void CertificateValidityCache::removeFromRejectedInvalidCache(const std::string& fingerprint) {
     remove(stores().rejectedInvalidFingerprintsMapMutex_, stores().rejectedInvalidFingerprints_, fingerprint);
+}
+
+void CertificateValidityCache::removeFromAcceptedInvalidCache(const std::string& fingerprint,
+                                                              const Statuses& unchanged) {
+    removeUnchanged(stores().acceptedInvalidFingerprintsMapMutex_, stores().acceptedInvalidFingerprints_,
+                    fingerprint, unchanged);
+}
+
+void CertificateValidityCache::removeFromRejectedInvalidCache(const std::string& fingerprint,
+                                                              const Statuses& unchanged) {
+    removeUnchanged(stores().rejectedInvalidFingerprintsMapMutex_, stores().rejectedInvalidFingerprints_,
+                    fingerprint, unchanged);
 }
 
 void CertificateValidityCache::clear() {

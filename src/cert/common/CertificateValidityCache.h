@@ -64,6 +64,11 @@ public:
     static void removeFromRejectedInvalidCache(const x509_st* certificate);
     static void removeFromRejectedInvalidCache(const std::string& fingerprint);
 
+    // Only if the entry's statuses are still these: what another thread has decided meanwhile stays.
+
+    static void removeFromAcceptedInvalidCache(const std::string& fingerprint, const Statuses& unchanged);
+    static void removeFromRejectedInvalidCache(const std::string& fingerprint, const Statuses& unchanged);
+
     /// Forgets everything, one store after the other.
     static void clear();
     /// Forgets what was accepted although invalid; rejections and valid ones stay.

@@ -15,8 +15,8 @@ struct InvalidCertInfo;
 /// InvalidCertNotificationManager, which tells the protocol.
 ///
 /// Called on the verifying thread with no lock of the library held, several threads at once for several
-/// certificates. One that blocks holds up its own connection only. What it throws ends its request as a
-/// policy that couldn't be enforced.
+/// certificates. One that blocks holds up its own connection only; one that connects to the same server
+/// within the call waits for itself. What it throws ends its request as a policy that couldn't be enforced.
 class ZEBNETUTILS_EXPORT InvalidCertListener {
 public:
     virtual ~InvalidCertListener();

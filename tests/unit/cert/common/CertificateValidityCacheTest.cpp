@@ -128,6 +128,18 @@ TEST_F(CertificateValidityCacheTest, RemovalsKnowCertificates) {
     EXPECT_THAT(Cache::getRejectedInvalidCacheValue(fingerprint), IsEmpty());
 }
 
+TEST_F(CertificateValidityCacheTest, AnEntryThatChangedSinceItWasReadIsNotRemoved) {
+    fillAllThree(fingerprint, certificate.get());
+    Cache::removeFromAcceptedInvalidCache(fingerprint, Statuses{});
+    Cache::removeFromRejectedInvalidCache(fingerprint, Statuses{CertStatus::EXPIRED});
+    EXPECT_EQ(Statuses{CertStatus::EXPIRED}, Cache::getAcceptedInvalidCacheValue(fingerprint));
+    EXPECT_EQ(Statuses{CertStatus::WEAK_KEY}, Cache::getRejectedInvalidCacheValue(fingerprint));
+    Cache::removeFromAcceptedInvalidCache(fingerprint, Statuses{CertStatus::EXPIRED});
+    Cache::removeFromRejectedInvalidCache(fingerprint, Statuses{CertStatus::WEAK_KEY});
+    EXPECT_THAT(Cache::getAcceptedInvalidCacheValue(fingerprint), IsEmpty());
+    EXPECT_THAT(Cache::getRejectedInvalidCacheValue(fingerprint), IsEmpty());
+}
+
 TEST_F(CertificateValidityCacheTest, AValidCertificateIsFoundInEveryForm) {
     Cache::addAcceptedValidCertificate(certificate.get());
     EXPECT_TRUE(Cache::findInAcceptedValidCache(certificate.get()));
