@@ -4,7 +4,10 @@
 #include "cert/common/CertVerifierFactory.h"
 #include "core/ThreadPool.h"
 #include "http/BasicHttpClientImpl.h"
+#include "netutils/NetworkEventReporterImpl.h"
+#include "netutils/NetworkEventReporterObserver.h"
 #include "netutils/adapters/HttpCertAdapter.h"
+#include "netutils/adapters/HttpEventReporterAdapter.h"
 #include "version/Version.h"
 
 #include <utility>
@@ -46,10 +49,14 @@ std::shared_ptr<http::BasicHttpClient> NetUtilsFactory::createBasicHttpClient(
 
 std::shared_ptr<http::BasicHttpClient> NetUtilsFactory::createBasicHttpClient(
     std::shared_ptr<cert::CertVerifier> certVerifier, std::shared_ptr<ThreadPool> threadPool) {
-    // This build has neither an edge layer nor network events.
+    // This build has no edge layer.
     return http::BasicHttpClientImpl::buildBasicHttpClientImpl(
         nullptr, std::make_shared<adapters::HttpCertAdapter>(std::move(certVerifier)), std::move(threadPool),
-        nullptr);
+        std::make_shared<adapters::HttpEventReporterAdapter>(createNetworkEventReporter()));
+}
+
+std::shared_ptr<NetworkEventReporter> NetUtilsFactory::createNetworkEventReporter() {
+    return std::make_shared<NetworkEventReporterImpl>(NetworkEventReporterObserver::getInstance());
 }
 
 }  // namespace zeb::netutils

@@ -16,6 +16,8 @@ class BasicHttpClient;
 
 namespace zeb::netutils {
 
+class NetworkEventReporter;
+
 /// Where hosts get their clients from. Call GlobalInit before the first one. Any thread may call.
 ///
 /// A verifier of a client's own is that of cert::CertVerifierFactory: it trusts what the system trusts. A
@@ -39,6 +41,10 @@ public:
     std::shared_ptr<http::BasicHttpClient> createBasicHttpClient(std::shared_ptr<ThreadPool> threadPool);
     std::shared_ptr<http::BasicHttpClient> createBasicHttpClient(
         std::shared_ptr<cert::CertVerifier> certVerifier, std::shared_ptr<ThreadPool> threadPool);
+
+    /// Through which the host tells what it knows of the network. Every client reports what its transfers
+    /// saw by one of its own; all of them share one queue.
+    std::shared_ptr<NetworkEventReporter> createNetworkEventReporter();
 };
 
 }  // namespace zeb::netutils

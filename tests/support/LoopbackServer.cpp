@@ -21,6 +21,7 @@
 #include <thread>
 #include <unistd.h>
 
+#include <openssl/err.h>
 #include <openssl/pem.h>
 #include <openssl/ssl.h>
 
@@ -123,6 +124,7 @@ TlsContext makeTlsContext(const LoopbackServer::Tls& tls) {
     if (!fine || SSL_CTX_use_PrivateKey(context.get(), key.get()) != 1) {
         throw std::runtime_error("no certificate and key for a TLS server");
     }
+    ERR_clear_error();  // the end of the file is one to OpenSSL
     return context;
 }
 

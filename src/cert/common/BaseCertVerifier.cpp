@@ -66,6 +66,16 @@ void addStatuses(CertResult& result, const CertResult& check) {
     result.statuses.insert(check.statuses.begin(), check.statuses.end());
 }
 
+std::string printed(const Policy& policy) {
+    const auto* const management = dynamic_cast<const InvalidCertManagementPolicy*>(&policy);
+    if (management == nullptr) {
+        return policy.getName();
+    }
+    std::ostringstream stream;
+    stream << *management;
+    return stream.str();
+}
+
 /// In FIPS mode wrong usage and weak keys can never be ignored.
 std::shared_ptr<Policy> strippedForFips(const std::shared_ptr<Policy>& policy) {
     const auto ignored = std::dynamic_pointer_cast<IgnoreInvalidCertConditionPolicy>(policy);
@@ -129,11 +139,7 @@ void BaseCertVerifier::addPolicy(std::shared_ptr<Policy> policy) {
         return;
     }
     if (policy->getNature() == Policy::PolicyNature::INVALID_CERT_MANAGEMENT) {
-        const auto management = std::dynamic_pointer_cast<InvalidCertManagementPolicy>(policy);
-        ZEB_LOG_DEBUG(
-            log::cert(),
-            "Adding INVALID_CERT_MANAGEMENT policy : "
-                << (management == nullptr ? policy->getName() : (std::ostringstream() << *management).str()));
+        ZEB_LOG_DEBUG(log::cert(), "Adding INVALID_CERT_MANAGEMENT policy : " << printed(*policy));
     }
     if (policy->getNature() == Policy::PolicyNature::IGNORE_INVALID_CERT_CONDITION &&
         FipsUtils::isFipsEnabled()) {

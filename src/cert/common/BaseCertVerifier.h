@@ -72,7 +72,6 @@ public:
                                                          const std::string& identifier) = 0;
 
 protected:
-    const CertContainerFactory& getCertContainerFactory() const { return *certContainerFactory_; }
     CertContainerFactory& getCertContainerFactory() { return *certContainerFactory_; }
 
 private:

@@ -52,7 +52,8 @@ TrustStoreCache::Store trustStore() {
 
 /// What OpenSSL itself would have asked of keys and signatures in the handshake; -1 asks nothing.
 int securityLevelOf(X509_STORE_CTX* handshake) {
-    return X509_VERIFY_PARAM_get_auth_level(X509_STORE_CTX_get0_param(handshake));
+    const X509_VERIFY_PARAM* const parameters = X509_STORE_CTX_get0_param(handshake);
+    return parameters == nullptr ? NO_SECURITY_LEVEL : X509_VERIFY_PARAM_get_auth_level(parameters);
 }
 
 std::set<CertStatus::Status> verify(X509* leaf, STACK_OF(X509) * chain, int securityLevel) {

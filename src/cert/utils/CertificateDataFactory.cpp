@@ -2,15 +2,14 @@
 
 #include "cert/utils/CertificateDataImpl.h"
 
-#include <utility>
-
 namespace zeb::cert {
 
 CertificateDataFactory::~CertificateDataFactory() = default;
 
 std::shared_ptr<CertificateData> CertificateDataFactory::buildCertificateData(
+    // NOLINTNEXTLINE(performance-unnecessary-value-param): hosts override it, and an override may keep it
     std::shared_ptr<CertContainer> certContainer) {
-    return std::make_shared<CertificateDataImpl>(std::move(certContainer));
+    return std::make_shared<CertificateDataImpl>(certContainer);
 }
 
 std::shared_ptr<CertificateData> CertificateDataFactory::buildCertificateData(const x509_st* cert) {

@@ -1,3 +1,4 @@
+#include "support/CertificateBuilder.h"
 #include "support/LoopbackServer.h"
 
 #include <arpa/inet.h>
@@ -322,6 +323,54 @@ TEST(LoopbackServerTest, ManyConnectionsAtATimeEachGetTheirAnswer) {
         EXPECT_EQ(expected, clients[static_cast<std::size_t>(i)]->receive(expected.size()));
     }
     EXPECT_EQ(50U, server.connections());
+}
+
+/// One request by libcurl, which takes any certificate; a CURLcode.
+CURLcode getSecurely(CURL* curl, const std::string& url) {
+    curl_easy_setopt(curl, CURLOPT_URL, url.c_str());
+    curl_easy_setopt(curl, CURLOPT_SSL_VERIFYPEER, 0L);
+    curl_easy_setopt(curl, CURLOPT_SSL_VERIFYHOST, 0L);
+    curl_easy_setopt(curl, CURLOPT_FORBID_REUSE, 1L);
+    curl_easy_setopt(
+        curl, CURLOPT_WRITEFUNCTION,
+        +[](char*, std::size_t size, std::size_t count, void*) { return size * count; });
+    return curl_easy_perform(curl);
+}
+
+LoopbackServer::Options withTls() {
+    const IssuedCertificate certificate = CertificateBuilder().commonName("localhost").build();
+    LoopbackServer::Options options;
+    options.tls = LoopbackServer::Tls{certificate.pem(), certificate.keyPem()};
+    return options;
+}
+
+TEST(LoopbackServerTest, SpeaksTlsWhenItHasACertificateAndResumesSessions) {
+    LoopbackServer server(always(Reply::response(200, "ok")), withTls());
+    CURL* const curl = curl_easy_init();
+    EXPECT_EQ(CURLE_OK, getSecurely(curl, server.secureUrl("/within")));
+    EXPECT_EQ(CURLE_OK, getSecurely(curl, server.secureUrl("/within", "127.0.0.1")));
+    EXPECT_EQ(CURLE_OK, getSecurely(curl, server.secureUrl("/again")));
+    curl_easy_cleanup(curl);
+    ASSERT_EQ(3U, server.requests().size());
+    EXPECT_EQ("/within", server.requests().at(0).target);
+    EXPECT_EQ(3U, server.handshakes());
+    EXPECT_EQ(1U, server.resumedHandshakes()) << "libcurl keeps sessions by the host's name";
+    EXPECT_EQ(0U, server.received(0).find("GET /within")) << "the bytes within TLS";
+}
+
+TEST(LoopbackServerTest, AClientThatSpeaksNoTlsGetsNoAnswer) {
+    LoopbackServer server(always(Reply::response(200, "ok")), withTls());
+    Client client(server.port());
+    client.send("GET / HTTP/1.1\r\n\r\n");
+    EXPECT_TRUE(server.waitForEnded(1));
+    EXPECT_EQ(0U, server.handshakes());
+    EXPECT_TRUE(server.requests().empty());
+}
+
+TEST(LoopbackServerTest, ACertificateWithAnothersKeyIsNoServer) {
+    LoopbackServer::Options options = withTls();
+    options.tls->keyPem = CertificateBuilder().build().keyPem();
+    EXPECT_THROW(LoopbackServer(always(Reply::close()), options), std::runtime_error);
 }
 
 TEST(RefusedPortTest, RefusesAsLongAsItLives) {

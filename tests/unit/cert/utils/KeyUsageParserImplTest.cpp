@@ -3,12 +3,14 @@
 #include "support/CertificateBuilder.h"
 #include "support/Der.h"
 #include "support/LogCapture.h"
+#include "support/StoreContext.h"
 
 #include <string>
 #include <vector>
 
 #include <gtest/gtest.h>
 #include <openssl/err.h>
+#include <openssl/x509_vfy.h>
 
 namespace zeb::cert::test {
 namespace {
@@ -17,6 +19,7 @@ namespace der = zeb::test::der;
 using zeb::test::CertificateBuilder;
 using zeb::test::IssuedCertificate;
 using zeb::test::LogCapture;
+using zeb::test::StoreContext;
 
 constexpr char KEY_USAGE[] = "2.5.29.15";
 constexpr char EXTENDED_KEY_USAGE_OID[] = "2.5.29.37";
@@ -236,6 +239,20 @@ TEST_F(KeyUsageParserImplTest, DamagedOrRepeatedPurposesAreNone) {
               .rawExtension(EXTENDED_KEY_USAGE_OID, good)
               .build());
     EXPECT_FALSE(parser_.hasExtendedKeyUsage());
+}
+
+TEST_F(KeyUsageParserImplTest, ACertificateWithADamagedUsageOrPurposeIsNotTrustedByThePlatform) {
+    const IssuedCertificate root = CertificateBuilder().commonName("Root").ca().build();
+    const auto trusted = [&](const char* extension, const std::string& value) {
+        const IssuedCertificate leaf =
+            CertificateBuilder().commonName("a.test").rawExtension(extension, value).issuedBy(root).build();
+        const StoreContext context(leaf, {}, {root});
+        return X509_verify_cert(context.get()) == 1;
+    };
+    EXPECT_TRUE(trusted(KEY_USAGE, der::keyUsage("\x80")));
+    EXPECT_FALSE(trusted(KEY_USAGE, "\x03\x7F\x07\x80"));
+    EXPECT_TRUE(trusted(EXTENDED_KEY_USAGE_OID, der::extendedKeyUsage({SERVER_AUTH_OID})));
+    EXPECT_FALSE(trusted(EXTENDED_KEY_USAGE_OID, "\x30\x7F"));
 }
 
 TEST_F(KeyUsageParserImplTest, AnotherCertificateMakesItForgetTheOneBefore) {

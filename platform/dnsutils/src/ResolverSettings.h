@@ -1,0 +1,23 @@
+#pragma once
+
+#include <chrono>
+#include <cstddef>
+#include <string>
+
+namespace zeb::dns {
+
+/// How a query is made, apart from what the system's files say.
+struct ResolverSettings {
+    static constexpr std::chrono::milliseconds DEFAULT_TIMEOUT = std::chrono::seconds(5);
+
+    std::chrono::milliseconds timeout = DEFAULT_TIMEOUT;
+    std::string servers;  ///< as DnsUtils::setNameServers takes them; empty: the system's
+};
+
+/// True for the form that DnsUtils::setNameServers tells.
+bool isListOfServers(const std::string& servers);
+
+/// How many servers such a list has; for an empty one, how many /etc/resolv.conf names.
+std::size_t countServers(const std::string& servers);
+
+}  // namespace zeb::dns

@@ -1,0 +1,7 @@
+#include "netutils/NetworkEventCallback.h"
+
+namespace zeb::netutils {
+
+NetworkEventCallback::~NetworkEventCallback() = default;
+
+}  // namespace zeb::netutils

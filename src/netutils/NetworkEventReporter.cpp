@@ -1,0 +1,7 @@
+#include "netutils/NetworkEventReporter.h"
+
+namespace zeb::netutils {
+
+NetworkEventReporter::~NetworkEventReporter() = default;
+
+}  // namespace zeb::netutils

@@ -1,0 +1,156 @@
+#include "netutils/NetworkEventReporterImpl.h"
+
+#include "core/Log.h"
+#include "core/Mutex.h"
+#include "core/ScopedLock.h"
+#include "core/ThreadPool.h"
+#include "netutils/EdgeEventForwarder.h"
+#include "netutils/NetworkEventReporterObserver.h"
+#include "netutils/NetworkEventTask.h"
+
+#include <utility>
+
+namespace zeb::netutils {
+
+namespace {
+
+using Type = NetworkEventTask::Type;
+
+constexpr unsigned int NO_THREAD = 0;
+constexpr unsigned int ONE_THREAD = 1;
+
+std::shared_ptr<ThreadPool> createPool(unsigned int threads) {
+    return std::make_shared<ThreadPool>(threads, threads, "NetEventReport", 60);
+}
+
+/// The process's one pool. Never destroyed: transfers may still report while the process ends.
+class ReporterPool {
+public:
+    static ReporterPool& getInstance() {
+        static auto& instance = *new ReporterPool;
+        return instance;
+    }
+
+    void enqueue(std::shared_ptr<NetworkEventTask> task) {
+        provide()->enqueue(std::move(task), false, false);
+    }
+
+    void clearQueue() {
+        if (const std::shared_ptr<ThreadPool> pool = get()) {
+            pool->clearQueue();
+        }
+    }
+
+    void replace(std::shared_ptr<ThreadPool> pool) {
+        const ScopedLock lock(mutex_);
+        // Swapped, so that the former pool and its tasks are dropped after the lock has gone.
+        pool_.swap(pool);
+    }
+
+private:
+    std::shared_ptr<ThreadPool> get() {
+        const ScopedLock lock(mutex_);
+        return pool_;
+    }
+
+    std::shared_ptr<ThreadPool> provide() {
+        const ScopedLock lock(mutex_);
+        if (pool_ == nullptr) {
+            pool_ = createPool(ONE_THREAD);
+        }
+        return pool_;
+    }
+
+    Mutex mutex_;  ///< guards pool_
+    std::shared_ptr<ThreadPool> pool_;
+};
+
+void enqueueHint(const std::shared_ptr<NetworkEventReporterObserver>& observer, Type type,
+                 const std::string& label) {
+    ReporterPool::getInstance().enqueue(std::make_shared<NetworkEventTask>(type, label, observer));
+}
+
+void logHint(const std::string& label) {
+    ZEB_LOG_INFO(log::netutils(), "Event Label:" << label);
+}
+
+}  // namespace
+
+NetworkEventReporterImpl::NetworkEventReporterImpl(std::shared_ptr<NetworkEventReporterObserver> observer)
+    : observer_(std::move(observer)) {}
+
+NetworkEventReporterImpl::~NetworkEventReporterImpl() = default;
+
+void NetworkEventReporterImpl::hintNetworkInterfaceMightHaveDropped(const std::string& label) {
+    enqueueHint(observer_, Type::HINT_NETWORK_INTERFACE_MIGHT_HAVE_DROPPED, label);
+}
+
+void NetworkEventReporterImpl::hintNetworkStackNotReady(const std::string& label) {
+    enqueueHint(observer_, Type::HINT_NETWORK_STACK_NOT_READY, label);
+}
+
+void NetworkEventReporterImpl::hintNetworkIsInUse(const std::string& label) {
+    enqueueHint(observer_, Type::HINT_NETWORK_IS_IN_USE, label);
+}
+
+void NetworkEventReporterImpl::hintHostOsIpInterfaceChanged(const std::string& label) {
+    enqueueHint(observer_, Type::HINT_HOST_OS_IP_INTERFACE_CHANGED, label);
+}
+
+void NetworkEventReporterImpl::edgeInfrastructureEvent(const std::string& label, const std::string& server) {
+    auto task = std::make_shared<NetworkEventTask>(Type::EDGE_INFRASTRUCTURE_EVENT, label, observer_);
+    task->setServerForEdgeEvent(server);
+    ReporterPool::getInstance().enqueue(std::move(task));
+}
+
+void NetworkEventReporterImpl::stop() {
+    ReporterPool::getInstance().clearQueue();
+}
+
+void NetworkEventReporterImpl::disableNetworkEventReporterForTesting() {
+    ReporterPool::getInstance().replace(createPool(NO_THREAD));
+}
+
+void NetworkEventReporterImpl::enableNetworkEventReporterForTesting() {
+    ReporterPool::getInstance().replace(createPool(ONE_THREAD));
+}
+
+void NetworkEventReporterImpl::hintNetworkInterfaceMightHaveDroppedImpl(const std::string& label) {
+    logHint(label);
+    tellCallbacks("hintNetworkInterfaceMightHaveDropped");
+    EdgeEventForwarder::forwardHint(EdgeEventForwarder::Hint::NETWORK_INTERFACE_DROPPED);
+}
+
+void NetworkEventReporterImpl::hintNetworkStackNotReadyImpl(const std::string& label) {
+    logHint(label);
+    tellCallbacks("hintNetworkStackNotReady");
+    EdgeEventForwarder::forwardHint(EdgeEventForwarder::Hint::NETWORK_STACK_NOT_READY);
+}
+
+void NetworkEventReporterImpl::hintNetworkIsInUseImpl(const std::string& label) {
+    logHint(label);
+    tellCallbacks("hintNetworkIsInUse");
+    EdgeEventForwarder::forwardHint(EdgeEventForwarder::Hint::NETWORK_ACTIVITY);
+}
+
+void NetworkEventReporterImpl::hintHostOsIpInterfaceChangedImpl(const std::string& label) {
+    logHint(label);
+    tellCallbacks("hintHostOsIpInterfaceChanged");
+    EdgeEventForwarder::forwardHint(EdgeEventForwarder::Hint::IP_INTERFACE_CHANGED);
+}
+
+void NetworkEventReporterImpl::edgeInfrastructureEventImpl(const std::string& label,
+                                                           const std::string& server) {
+    ZEB_LOG_INFO(log::netutils(),
+                 "Event Label: " << label << " server: '" << ZEBLogger_replacePIIData(server) << "'");
+    tellCallbacks("hintedgeInfrastructureEvent");
+    EdgeEventForwarder::forwardInfrastructureEvent(label, server);
+}
+
+void NetworkEventReporterImpl::tellCallbacks(const char* eventName) {
+    if (observer_ != nullptr) {
+        observer_->onNetworkEvent(eventName);
+    }
+}
+
+}  // namespace zeb::netutils

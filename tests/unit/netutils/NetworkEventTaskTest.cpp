@@ -1,0 +1,162 @@
+#include "netutils/NetworkEventNotificationTask.h"
+#include "netutils/NetworkEventTask.h"
+#include "support/FakeGlobalEdgeState.h"
+#include "support/LogCapture.h"
+#include "support/NetworkEventRecorder.h"
+
+#include <string>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+namespace zeb::netutils::test {
+namespace {
+
+using zeb::test::EventRecord;
+using zeb::test::InstalledGlobalEdgeState;
+using zeb::test::LogCapture;
+using zeb::test::NetworkEventRecorder;
+using Lines = std::vector<std::string>;
+using Type = NetworkEventTask::Type;
+
+constexpr char IGNORED[] = "Event ignored. Edge not initialized.";
+
+class RecordingObserver : public NetworkEventReporterObserver {
+public:
+    EventRecord record;
+
+    void onNetworkEvent(const std::string& eventName) override { record.add(eventName); }
+};
+
+class NetworkEventTaskTest : public testing::Test {
+protected:
+    void run(Type type) { NetworkEventTask(type, "the.label", observer).execute(); }
+
+    const std::shared_ptr<RecordingObserver> observer = std::make_shared<RecordingObserver>();
+    const LogCapture log;
+};
+
+struct HintCase {
+    Type type;
+    const char* name;
+    const char* event;
+};
+
+const HintCase HINTS[] = {
+    {Type::HINT_NETWORK_INTERFACE_MIGHT_HAVE_DROPPED, "hintNetworkInterfaceMightHaveDropped",
+     "HintNetworkInterfaceDropped"},
+    {Type::HINT_NETWORK_STACK_NOT_READY, "hintNetworkStackNotReady", "HintNetworkStackNotReady"},
+    {Type::HINT_NETWORK_IS_IN_USE, "hintNetworkIsInUse", "NetworkActivity"},
+    {Type::HINT_HOST_OS_IP_INTERFACE_CHANGED, "hintHostOsIpInterfaceChanged", "IpInterfaceChanged"},
+};
+
+TEST(NetworkEventTaskTypeTest, TheTypesHaveTheirNumbers) {
+    EXPECT_EQ(static_cast<int>(Type::HINT_NETWORK_INTERFACE_MIGHT_HAVE_DROPPED), 0);
+    EXPECT_EQ(static_cast<int>(Type::HINT_NETWORK_STACK_NOT_READY), 1);
+    EXPECT_EQ(static_cast<int>(Type::HINT_NETWORK_IS_IN_USE), 2);
+    EXPECT_EQ(static_cast<int>(Type::HINT_HOST_OS_IP_INTERFACE_CHANGED), 3);
+    EXPECT_EQ(static_cast<int>(Type::EDGE_INFRASTRUCTURE_EVENT), 4);
+}
+
+TEST_F(NetworkEventTaskTest, EachHintTellsTheObserverItsNameAndNotItsLabel) {
+    EventRecord::Events expected;
+    for (const HintCase& row : HINTS) {
+        run(row.type);
+        expected.emplace_back(row.name);
+        EXPECT_EQ(observer->record.soFar(), expected);
+    }
+}
+
+TEST_F(NetworkEventTaskTest, AHintIsLoggedInItsStepsAndGoesNoFurtherBeforeTheEdgeLayerIsInitialized) {
+    for (const HintCase& row : HINTS) {
+        run(row.type);
+    }
+    Lines expected;
+    for (std::size_t i = 0; i < std::size(HINTS); ++i) {
+        expected.insert(expected.end(), {"Executing a NetworkEventTask for label: the.label",
+                                         "Event Label:the.label", IGNORED});
+    }
+    EXPECT_EQ(log.linesOf("zeb.netutils"), expected);
+}
+
+TEST_F(NetworkEventTaskTest, EachHintHasItsEventForAnInitializedEdgeLayer) {
+    const InstalledGlobalEdgeState edge(true, false);
+    for (const HintCase& row : HINTS) {
+        run(row.type);
+        EXPECT_EQ(log.linesOf("zeb.netutils").back(),
+                  std::string("Event not delivered, the edge layer has no controller for it: ") + row.event);
+    }
+    EXPECT_FALSE(log.contains(IGNORED));
+}
+
+TEST_F(NetworkEventTaskTest, AnEdgeEventTellsTheObserverItsOneName) {
+    NetworkEventTask task(Type::EDGE_INFRASTRUCTURE_EVENT, "zebnetutils.edge.oauthExpired", observer);
+    task.setServerForEdgeEvent("edge.example.com");
+    task.execute();
+    EXPECT_EQ(observer->record.soFar(), EventRecord::Events{"hintedgeInfrastructureEvent"});
+    EXPECT_EQ(log.linesOf("zeb.netutils"),
+              (Lines{"Executing a NetworkEventTask for label: zebnetutils.edge.oauthExpired",
+                     "Event Label: zebnetutils.edge.oauthExpired server: '" +
+                         ZEBLogger_replacePIIData("edge.example.com") + "'",
+                     IGNORED}));
+}
+
+TEST_F(NetworkEventTaskTest, AnEdgeEventWithoutAServerIsLoggedAndGoesOn) {
+    run(Type::EDGE_INFRASTRUCTURE_EVENT);
+    EXPECT_EQ(observer->record.soFar(), EventRecord::Events{"hintedgeInfrastructureEvent"});
+    const Lines lines = log.linesOf("zeb.netutils");
+    ASSERT_EQ(lines.size(), 4U);
+    EXPECT_EQ(lines[1], "Executing an EDGE_INFRASTRUCTURE_EVENT with an empty edge server");
+    EXPECT_EQ(lines[2], "Event Label: the.label server: '" + ZEBLogger_replacePIIData("") + "'");
+}
+
+TEST_F(NetworkEventTaskTest, AnEdgeEventWithAServerHasNoWarning) {
+    NetworkEventTask task(Type::EDGE_INFRASTRUCTURE_EVENT, "the.label", observer);
+    task.setServerForEdgeEvent("edge.example.com");
+    task.execute();
+    EXPECT_FALSE(log.contains("empty edge server"));
+    EXPECT_FALSE(log.contains("setServerForEdgeEvent"));
+}
+
+TEST_F(NetworkEventTaskTest, AnUnknownLabelTellsTheObserverAndIsLoggedAsAnUnknownEvent) {
+    const InstalledGlobalEdgeState edge(true, false);
+    run(Type::EDGE_INFRASTRUCTURE_EVENT);
+    EXPECT_EQ(observer->record.soFar(), EventRecord::Events{"hintedgeInfrastructureEvent"});
+    EXPECT_EQ(log.linesOf("zeb.netutils").back(), "unknown event");
+}
+
+TEST_F(NetworkEventTaskTest, AServerForAHintIsRefused) {
+    for (const HintCase& row : HINTS) {
+        NetworkEventTask task(row.type, "the.label", observer);
+        task.setServerForEdgeEvent("edge.example.com");
+    }
+    EXPECT_EQ(log.count("Got a call to setServerForEdgeEvent for a non EDGE_INFRASTRUCTURE_EVENT"),
+              std::size(HINTS));
+}
+
+TEST_F(NetworkEventTaskTest, AnyOtherTypeIsLoggedByItsNumberAndTellsNobody) {
+    for (const int number : {5, -1}) {
+        run(static_cast<Type>(number));
+        EXPECT_TRUE(log.contains("Unrecognized NetworkEventTask::Type :'" + std::to_string(number) + "'"));
+    }
+    EXPECT_TRUE(observer->record.soFar().empty());
+    EXPECT_FALSE(log.contains("Event Label"));
+}
+
+TEST_F(NetworkEventTaskTest, WithoutAnObserverAReportIsSurvived) {
+    NetworkEventTask(Type::HINT_NETWORK_IS_IN_USE, "the.label", nullptr).execute();
+    NetworkEventTask(Type::EDGE_INFRASTRUCTURE_EVENT, "the.label", nullptr).execute();
+    EXPECT_EQ(log.count(IGNORED), 2U);
+}
+
+TEST(NetworkEventNotificationTaskTest, LogsTheEventAndCallsTheCallback) {
+    const LogCapture log;
+    const auto recorder = std::make_shared<NetworkEventRecorder>();
+    NetworkEventNotificationTask(recorder, "hintNetworkIsInUse").execute();
+    EXPECT_EQ(recorder->waitFor(0), NetworkEventRecorder::Events{"hintNetworkIsInUse"});
+    EXPECT_EQ(log.linesOf("zeb.netutils"),
+              Lines{"Executing a NetworkEventNotificationTask for event: hintNetworkIsInUse"});
+}
+
+}  // namespace
+}  // namespace zeb::netutils::test
