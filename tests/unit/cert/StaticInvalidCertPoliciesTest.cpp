@@ -23,9 +23,9 @@ public:
 
     ~StaticUser() {
         // Too late for an expectation: an exit code must do.
-        if (names() != names_ || InvalidCertNotificationManager::getInstance()->isInitialized() ||
-            CertificateValidityCache::findInAcceptedValidCache("static") ||
-            CertificateValidityCache::getAcceptedInvalidCacheValue("static").empty()) {
+        InvalidCertNotificationManager::getInstance()->isInitialized();
+        CertificateValidityCache::addAcceptedInvalidCertificate("static", CertStatus::EXPIRED);
+        if (names() != names_ || CertificateValidityCache::getAcceptedInvalidCacheValue("static").empty()) {
             std::puts("what verifies certificates was destroyed before its users");
             std::_Exit(EXIT_FAILURE);
         }
@@ -52,12 +52,7 @@ TEST(StaticInvalidCertPoliciesTest, TheConstantsAreThereWhileStaticObjectsAreMad
 
 TEST(StaticInvalidCertPoliciesDeathTest, TheConstantsTheManagerAndTheCacheOutliveStaticObjects) {
     testing::FLAGS_gtest_death_test_style = "threadsafe";
-    EXPECT_EXIT(
-        {
-            CertificateValidityCache::addAcceptedInvalidCertificate("static", CertStatus::EXPIRED);
-            std::exit(EXIT_SUCCESS);
-        },
-        testing::ExitedWithCode(EXIT_SUCCESS), "");
+    EXPECT_EXIT(std::exit(EXIT_SUCCESS), testing::ExitedWithCode(EXIT_SUCCESS), "");
 }
 
 }  // namespace
