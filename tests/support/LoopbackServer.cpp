@@ -1,13 +1,12 @@
 #include "support/LoopbackServer.h"
 
+#include "support/Sockets.h"
+
 #include <algorithm>
-#include <arpa/inet.h>
 #include <array>
 #include <atomic>
 #include <cerrno>
-#include <cstring>
 #include <list>
-#include <netinet/in.h>
 #include <poll.h>
 #include <sstream>
 #include <string_view>
@@ -21,66 +20,6 @@
 namespace zeb::test {
 
 namespace {
-
-/// A file descriptor of our own.
-class Descriptor {
-public:
-    explicit Descriptor(int descriptor = -1) : descriptor_(descriptor) {}
-    Descriptor(Descriptor&& other) noexcept : descriptor_(std::exchange(other.descriptor_, -1)) {}
-    Descriptor& operator=(Descriptor&& other) noexcept {
-        std::swap(descriptor_, other.descriptor_);
-        return *this;
-    }
-    ~Descriptor() {
-        if (descriptor_ >= 0) {
-            ::close(descriptor_);
-        }
-    }
-    int get() const { return descriptor_; }
-    int release() { return std::exchange(descriptor_, -1); }
-    explicit operator bool() const { return descriptor_ >= 0; }
-
-private:
-    int descriptor_;
-};
-
-[[noreturn]] void fail(const char* what) {
-    throw std::system_error(errno, std::generic_category(), what);
-}
-
-bool bindTo(int descriptor, int family, std::uint16_t port) {
-    if (family == AF_INET) {
-        sockaddr_in address{};
-        address.sin_family = AF_INET;
-        address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-        address.sin_port = htons(port);
-        return ::bind(descriptor, reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0;
-    }
-    sockaddr_in6 address{};
-    address.sin6_family = AF_INET6;
-    address.sin6_addr = in6addr_loopback;
-    address.sin6_port = htons(port);
-    const int on = 1;
-    ::setsockopt(descriptor, IPPROTO_IPV6, IPV6_V6ONLY, &on, sizeof on);
-    return ::bind(descriptor, reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0;
-}
-
-Descriptor boundSocket(int family, std::uint16_t port) {
-    Descriptor descriptor(::socket(family, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
-    if (!descriptor || !bindTo(descriptor.get(), family, port)) {
-        return Descriptor();
-    }
-    return descriptor;
-}
-
-std::uint16_t portOf(int descriptor) {
-    sockaddr_in address{};
-    socklen_t length = sizeof address;
-    if (::getsockname(descriptor, reinterpret_cast<sockaddr*>(&address), &length) != 0) {
-        fail("getsockname");
-    }
-    return ntohs(address.sin_port);
-}
 
 bool sameName(const std::string& left, const std::string& right) {
     return ::strcasecmp(left.c_str(), right.c_str()) == 0;
@@ -398,7 +337,7 @@ void LoopbackServer::State::listen() {
         listeners.clear();
         listeners.push_back(boundSocket(AF_INET, 0));
         if (!listeners.back()) {
-            fail("bind");
+            throwErrno("bind");
         }
         port = portOf(listeners.back().get());
         if (options.ipv6) {
@@ -412,12 +351,12 @@ void LoopbackServer::State::listen() {
     }
     for (const Descriptor& listener : listeners) {
         if (::listen(listener.get(), SOMAXCONN) != 0) {
-            fail("listen");
+            throwErrno("listen");
         }
     }
     wakeUp = Descriptor(::eventfd(0, EFD_CLOEXEC));
     if (!wakeUp) {
-        fail("eventfd");
+        throwErrno("eventfd");
     }
 }
 
@@ -564,7 +503,7 @@ RefusedPort::RefusedPort() {
     // Bound and never listening: nobody else gets the port, and the kernel answers a connection with a reset.
     Descriptor bound = boundSocket(AF_INET, 0);
     if (!bound) {
-        fail("bind");
+        throwErrno("bind");
     }
     port_ = portOf(bound.get());
     socket_ = bound.release();
