@@ -728,7 +728,13 @@ void BasicHttpClientImpl::performRequest(const std::shared_ptr<HttpClientData>& 
                      << requestData->responseCode << " connect code " << requestData->connectCode
                      << " for request " << requestData->formattedRequestID() << " to "
                      << hiddenUrl(*requestData));
-    if (requestData->connectCode == HTTP_PROXY_AUTHENTICATION_REQUIRED) {
+    const bool refusedByProxy = requestData->connectCode == HTTP_PROXY_AUTHENTICATION_REQUIRED;
+    if (refusedByProxy && requestData->getRequest()->isCancelled()) {
+        // Nobody waits for credentials for this one any more: parked, it would not be answered until the host
+        // has some. A scheme that takes a refused attempt first leaves its 407 behind when the next is
+        // aborted.
+        result = HttpClientResult::REQUEST_CANCELLED;
+    } else if (refusedByProxy) {
         const std::shared_ptr<Proxy> proxy = requestData->getRequest()->getProxy();
         const auto retry = [clientData, requestData, completion] {
             retryRequest(clientData, requestData, completion);
