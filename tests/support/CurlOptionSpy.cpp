@@ -11,7 +11,14 @@ bool takesText(int option);
 
 namespace {
 
+using SetOption = int (*)(void*, int, ...);
+
 std::atomic<CurlOptionSpy*> current{nullptr};
+
+SetOption libcurlsSetOption() {
+    static const auto found = reinterpret_cast<SetOption>(::dlsym(RTLD_NEXT, "curl_easy_setopt"));
+    return found;
+}
 
 }  // namespace
 
@@ -44,6 +51,26 @@ std::optional<CurlOptionSpy::Call> CurlOptionSpy::last(int option) const {
     return std::nullopt;
 }
 
+void CurlOptionSpy::addText(int option, const std::string& value) {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    addedTexts_[option] = value;
+}
+
+void CurlOptionSpy::addNumber(int option, long value) {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    addedNumbers_[option] = value;
+}
+
+std::map<int, std::string> CurlOptionSpy::addedTexts() const {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    return addedTexts_;
+}
+
+std::map<int, long> CurlOptionSpy::addedNumbers() const {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    return addedNumbers_;
+}
+
 std::optional<int> CurlOptionSpy::note(Call call) {
     if (takesText(call.option) && call.argument != nullptr) {
         call.copy = call.text();
@@ -68,7 +95,20 @@ extern "C" int curl_easy_setopt(void* handle, int option, ...) {
             return *answer;
         }
     }
-    using SetOption = int (*)(void*, int, ...);
-    static const auto next = reinterpret_cast<SetOption>(::dlsym(RTLD_NEXT, "curl_easy_setopt"));
-    return next(handle, option, argument);
+    return zeb::test::libcurlsSetOption()(handle, option, argument);
+}
+
+/// Likewise: with the options that a test has added.
+extern "C" int curl_easy_perform(void* handle) {
+    if (zeb::test::CurlOptionSpy* const spy = zeb::test::current) {
+        for (const auto& [option, value] : spy->addedTexts()) {
+            zeb::test::libcurlsSetOption()(handle, option, value.c_str());
+        }
+        for (const auto& [option, value] : spy->addedNumbers()) {
+            zeb::test::libcurlsSetOption()(handle, option, value);
+        }
+    }
+    using Perform = int (*)(void*);
+    static const auto next = reinterpret_cast<Perform>(::dlsym(RTLD_NEXT, "curl_easy_perform"));
+    return next(handle);
 }

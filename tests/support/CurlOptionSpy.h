@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstddef>
+#include <map>
 #include <mutex>
 #include <optional>
 #include <string>
@@ -31,11 +32,18 @@ public:
 
     /// From now on that option answers with that CURLcode, without libcurl.
     void fail(int option, int code);
+    /// From now on a transfer has that option, too, as if the code under test had set it last. What the code
+    /// itself never sets can so be tried on a handle that it has configured.
+    void addText(int option, const std::string& value);
+    void addNumber(int option, long value);
     /// All calls so far, in order, the failed ones too.
     std::vector<Call> calls() const;
     /// The last call of that option.
     std::optional<Call> last(int option) const;
 
+    /// For the interposed functions: the options to add.
+    std::map<int, std::string> addedTexts() const;
+    std::map<int, long> addedNumbers() const;
     /// For the interposed function: notes the call and tells the code to answer with, if any.
     std::optional<int> note(Call call);
 
@@ -44,6 +52,8 @@ private:
     std::vector<Call> calls_;
     std::optional<int> failingOption_;
     int failure_ = 0;
+    std::map<int, std::string> addedTexts_;
+    std::map<int, long> addedNumbers_;
 };
 
 }  // namespace zeb::test
