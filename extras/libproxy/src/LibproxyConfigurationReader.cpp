@@ -11,19 +11,6 @@
 
 namespace zeb::http {
 
-struct LibproxyConfigurationReader::Factory {
-    pxProxyFactory* handle = px_proxy_factory_new();
-
-    Factory() = default;
-    Factory(const Factory&) = delete;
-    Factory& operator=(const Factory&) = delete;
-    ~Factory() {
-        if (handle != nullptr) {
-            px_proxy_factory_free(handle);
-        }
-    }
-};
-
 namespace {
 
 constexpr char DIRECT[] = "direct";
@@ -37,6 +24,13 @@ ZEBLogger* logger() {
 std::mutex& libproxyMutex() {
     static auto& mutex = *new std::mutex;
     return mutex;
+}
+
+/// libproxy, for the whole process and until its end: with its last factory libproxy unloads its plugins, and
+/// a JavaScript engine that comes back after that hangs. Null without memory. Under libproxyMutex().
+pxProxyFactory* factory() {
+    static pxProxyFactory* const made = px_proxy_factory_new();
+    return made;
 }
 
 std::string lower(std::string text) {
@@ -114,9 +108,10 @@ std::shared_ptr<Proxy> makeProxy(ProxyType::Type type, const std::string& rest) 
     return proxy;
 }
 
-std::vector<std::string> takeEntries(pxProxyFactory* factory, const std::string& url) {
+std::vector<std::string> takeEntries(const std::string& url) {
     std::vector<std::string> entries;
-    char** const answer = px_proxy_factory_get_proxies(factory, url.c_str());
+    char** const answer =
+        factory() == nullptr ? nullptr : px_proxy_factory_get_proxies(factory(), url.c_str());
     if (answer != nullptr) {
         for (char** entry = answer; *entry != nullptr; ++entry) {
             entries.emplace_back(*entry);
@@ -128,16 +123,8 @@ std::vector<std::string> takeEntries(pxProxyFactory* factory, const std::string&
 
 }  // namespace
 
-LibproxyConfigurationReader::LibproxyConfigurationReader()
-    : factory_([] {
-          const std::lock_guard<std::mutex> lock(libproxyMutex());
-          return std::make_unique<Factory>();
-      }()) {}
-
-LibproxyConfigurationReader::~LibproxyConfigurationReader() {
-    const std::lock_guard<std::mutex> lock(libproxyMutex());
-    factory_.reset();
-}
+LibproxyConfigurationReader::LibproxyConfigurationReader() = default;
+LibproxyConfigurationReader::~LibproxyConfigurationReader() = default;
 
 std::shared_ptr<Proxy> LibproxyConfigurationReader::proxyFromEntries(
     const std::vector<std::string>& entries) {
@@ -162,11 +149,11 @@ std::shared_ptr<Proxy> LibproxyConfigurationReader::proxyFromEntries(
 }
 
 std::shared_ptr<Proxy> LibproxyConfigurationReader::getHttpProxyForUrl(const std::string& url) const {
-    if (url.empty() || factory_->handle == nullptr) {
+    if (url.empty()) {
         return nullptr;
     }
     const std::lock_guard<std::mutex> lock(libproxyMutex());
-    return proxyFromEntries(takeEntries(factory_->handle, url));
+    return proxyFromEntries(takeEntries(url));
 }
 
 }  // namespace zeb::http

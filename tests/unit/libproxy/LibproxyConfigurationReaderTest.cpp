@@ -2,6 +2,9 @@
 #include "http/SystemProxyResolver.h"
 #include "libproxyreader/LibproxyConfigurationReader.h"
 #include "support/LogCapture.h"
+#include "support/LoopbackServer.h"
+#include "unit/http/BasicHttpClientTestSupport.h"
+#include "unit/http/TransferFiles.h"
 
 #include <cstdlib>
 #include <memory>
@@ -14,7 +17,6 @@
 namespace zeb::http::test {
 namespace {
 
-using zeb::test::LogCapture;
 using Reader = LibproxyConfigurationReader;
 
 constexpr char URL[] = "http://host.invalid/page";
@@ -160,8 +162,117 @@ TEST_F(LibproxyConfigurationReaderTest, ManyThreadsAndReadersMayAsk) {
     }
 }
 
-TEST_F(LibproxyConfigurationReaderTest, APacFileDecides) {
-    GTEST_SKIP() << "libproxy's plugin for PAC files needs a whole browser engine; it is not installed";
+// --- PAC files
+
+/// Needs libproxy's plugin for them, a JavaScript engine: tests that can't have it skip, and say why.
+class LibproxyPacTest : public LibproxyConfigurationReaderTest {
+protected:
+    void SetUp() override {
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+        GTEST_SKIP() << "The JavaScript engine of libproxy's plugin doesn't run under a sanitizer";
+#endif
+        useFile("always.pac", R"(function FindProxyForURL(url, host) { return "PROXY any.invalid:1"; })");
+        if (urlOf(reader.getHttpProxyForUrl(URL)) == "none") {
+            GTEST_SKIP() << "libproxy's plugin for PAC files is not installed (libproxy1-plugin-webkit)";
+        }
+    }
+    void useFile(const std::string& name, const std::string& content) {
+        set("http_proxy", ("pac+file://" + folder_.write(name, content)).c_str());
+    }
+
+    static constexpr char SCRIPT[] = R"(
+        function FindProxyForURL(url, host) {
+            if (host == "plain.invalid") return "DIRECT";
+            if (dnsDomainIs(host, ".socks.invalid")) return "SOCKS proxy.invalid:1081";
+            if (shExpMatch(url, "*/secret/*")) return "PROXY other.invalid:3129";
+            return "PROXY proxy.invalid:3128; PROXY second.invalid:1; DIRECT";
+        })";
+
+    void expectTheScriptsAnswers() {
+        EXPECT_EQ(urlOf(reader.getHttpProxyForUrl("http://host.invalid/")), "http://proxy.invalid:3128");
+        EXPECT_EQ(urlOf(reader.getHttpProxyForUrl("http://plain.invalid/")), "none");
+        EXPECT_EQ(urlOf(reader.getHttpProxyForUrl("http://host.invalid/secret/1")),
+                  "http://other.invalid:3129");
+        const auto socks = reader.getHttpProxyForUrl("http://a.socks.invalid/");
+        EXPECT_EQ(urlOf(socks), "proxy.invalid:1081");
+        EXPECT_EQ(socks == nullptr ? ProxyType::HTTP : socks->getProxyType(), ProxyType::SOCKS_5);
+    }
+
+    TestFolder folder_;
+};
+
+TEST_F(LibproxyPacTest, AFileOfOursDecides) {
+    useFile("script.pac", SCRIPT);
+    expectTheScriptsAnswers();
+}
+
+TEST_F(LibproxyPacTest, OneThatAServerHasDecides) {
+    LoopbackServer server([](const LoopbackServer::Request&) {
+        return LoopbackServer::Reply::response(200, SCRIPT,
+                                               {{"Content-Type", "application/x-ns-proxy-autoconfig"}})
+            .thenClose();
+    });
+    set("http_proxy", ("pac+" + server.url("/proxy.pac")).c_str());
+    expectTheScriptsAnswers();
+    EXPECT_EQ(server.requests().at(0).target, "/proxy.pac");
+}
+
+TEST_F(LibproxyPacTest, ReadersMayComeAndGo) {
+    useFile("script.pac", SCRIPT);
+    for (int i = 0; i < 3; ++i) {
+        EXPECT_EQ(urlOf(Reader().getHttpProxyForUrl(URL)), "http://proxy.invalid:3128");
+    }
+}
+
+TEST_F(LibproxyPacTest, OneThatIsNoScriptMeansNoProxy) {
+    useFile("broken.pac", "function FindProxyForURL(url, host) { return ");
+    EXPECT_EQ(urlOf(reader.getHttpProxyForUrl(URL)), "none");
+}
+
+TEST_F(LibproxyPacTest, OneThatCannotBeHadMeansNoProxy) {
+    set("http_proxy", ("pac+file://" + folder_.path("missing")).c_str());
+    EXPECT_EQ(urlOf(reader.getHttpProxyForUrl(URL)), "none");
+    const RefusedPort refused;
+    set("http_proxy", ("pac+" + refused.url("/proxy.pac")).c_str());
+    EXPECT_EQ(urlOf(reader.getHttpProxyForUrl(URL)), "none");
+    LoopbackServer server([](const LoopbackServer::Request&) {
+        return LoopbackServer::Reply::response(404, "no such page").thenClose();
+    });
+    set("http_proxy", ("pac+" + server.url("/proxy.pac")).c_str());
+    EXPECT_EQ(urlOf(reader.getHttpProxyForUrl(URL)), "none");
+}
+
+TEST_F(LibproxyPacTest, ARequestGoesTheWayThatTheScriptSaysAndNoOtherTransferWaitsForIt) {
+    LoopbackServer proxy(hello);
+    const auto gate = std::make_shared<LoopbackServer::Gate>();
+    const std::string script =
+        "function FindProxyForURL(url, host) { return \"PROXY " + proxy.authority() + "\"; }";
+    LoopbackServer settings([&](const LoopbackServer::Request&) {
+        gate->wait();
+        return LoopbackServer::Reply::response(200, script).thenClose();
+    });
+    set("http_proxy", ("pac+" + settings.url("/proxy.pac")).c_str());
+    set("no_proxy", "127.0.0.1");  // libcurl, too, asks the environment
+
+    const auto resolver = std::make_shared<SystemProxyResolver>();
+    resolver->setHttpProxyConfigurationReader(std::make_shared<Reader>());
+    const auto listener = std::make_shared<RecordingListener>();
+    const auto request = makeRequest("http://inside.invalid/page", listener);
+    request->setSystemProxyResolver(resolver);
+    request->useSystemProxy(true);
+    unsigned int id = 0;
+    const auto client = makeClient();
+    ASSERT_EQ(client->executeAsync(request, id), HttpClientError::SUCCESS);
+    ASSERT_TRUE(gate->waitUntilReached());
+    EXPECT_EQ(proxy.connections(), 0U) << "before its transfer";
+    // Meanwhile another client's request comes and goes.
+    Response response;
+    EXPECT_EQ(makeClient()->execute(makeRequest(proxy.url("/direct")), response), HttpClientResult::SUCCESS);
+    gate->open();
+    const Outcome outcome = listener->wait();
+    EXPECT_TRUE(outcome.completed) << outcome.result;
+    EXPECT_TRUE(outcome.response.proxyUsed);
+    EXPECT_EQ(proxy.requests().back().target, "http://inside.invalid/page");
 }
 
 }  // namespace

@@ -15,7 +15,8 @@ namespace zeb::http {
 ///
 /// Any thread may ask. libproxy is asked by one thread at a time in the whole process, as not all of its
 /// plugins are safe: a question waits while another one fetches a PAC file. That happens on the thread that
-/// runs the request, before or after its transfer, never within one.
+/// runs the request, before or after its transfer, never within one. libproxy stays loaded once it has been
+/// asked.
 class ZEBNETUTILS_EXPORT LibproxyConfigurationReader : public HttpProxyConfigurationReader {
 public:
     LibproxyConfigurationReader();
@@ -35,10 +36,6 @@ public:
     /// with port 1080 if none is given. "user:password@", percent-decoded, becomes the proxy's
     /// authentication, of scheme ANY, and stays out of the URL.
     static std::shared_ptr<Proxy> proxyFromEntries(const std::vector<std::string>& entries);
-
-private:
-    struct Factory;
-    std::unique_ptr<Factory> factory_;
 };
 
 }  // namespace zeb::http
