@@ -48,3 +48,7 @@ list(TRANSFORM ZEB_INSTALLED_LIBRARIES PREPEND "-l" OUTPUT_VARIABLE ZEB_LINK_LIB
 list(JOIN ZEB_LINK_LIBRARIES " " ZEB_LINK_LIBRARIES)
 configure_file(cmake/zebnetutils.pc.in "${PROJECT_BINARY_DIR}/zebnetutils.pc" @ONLY)
 install(FILES "${PROJECT_BINARY_DIR}/zebnetutils.pc" DESTINATION "${ZEB_INSTALL_PKGCONFIG}")
+if(TARGET zebnetutilslibproxy)
+    configure_file(cmake/zebnetutilslibproxy.pc.in "${PROJECT_BINARY_DIR}/zebnetutilslibproxy.pc" @ONLY)
+    install(FILES "${PROJECT_BINARY_DIR}/zebnetutilslibproxy.pc" DESTINATION "${ZEB_INSTALL_PKGCONFIG}")
+endif()
