@@ -8,6 +8,8 @@
 #include "support/Lab.h"
 #include "support/LogCapture.h"
 
+#include <cerrno>
+#include <cstring>
 #include <filesystem>
 #include <fstream>
 #include <future>
@@ -15,6 +17,7 @@
 #include <memory>
 #include <set>
 #include <string>
+#include <sys/mount.h>
 #include <sys/resource.h>
 #include <thread>
 #include <vector>
@@ -327,6 +330,75 @@ TEST_F(BasicHttpClientLabTest, AnUploadArrivesByteForByte) {
     ASSERT_TRUE(ending.completed);
     EXPECT_EQ(ending.response.responseCode, 201);
     EXPECT_THAT(ending.response.body, testing::StartsWith(std::to_string(content.size()) + " "));
+}
+
+TEST_F(BasicHttpClientLabTest, AnUploadOf100MiBKeepsTheMemoryFlat) {
+    ASSERT_EQ(get(lab::url("/mib")), HttpClientResult::SUCCESS);  // everything is warm
+    std::ofstream(path("hundred")).close();
+    std::filesystem::resize_file(path("hundred"), static_cast<std::uintmax_t>(lab::HUNDRED));
+    const long before = peakMemoryKiB();
+    unsigned int id = 0;
+    ASSERT_EQ(client_->uploadAsync(makeRequest(lab::url("/upload/hundred")), id, path("hundred")),
+              HttpClientError::SUCCESS);
+    const auto ending = listener_->waitFor(id);
+    ASSERT_TRUE(ending.completed);
+    EXPECT_THAT(ending.response.body, testing::StartsWith(std::to_string(lab::HUNDRED) + " "));
+    EXPECT_LT(peakMemoryKiB() - before, 20 * 1024);
+    ASSERT_FALSE(listener_->progress().empty());
+    EXPECT_EQ(listener_->progress().back().transferred, static_cast<double>(lab::HUNDRED));
+}
+
+/// A disk of 64 KiB of the test's own, which the lab lets it mount.
+class SmallDiskLabTest : public BasicHttpClientLabTest {
+protected:
+    void SetUp() override {
+        BasicHttpClientLabTest::SetUp();
+        if (IsSkipped() || HasFatalFailure()) {
+            return;
+        }
+        ASSERT_EQ(mount("tmpfs", scratch_.c_str(), "tmpfs", 0, "size=64k"), 0) << strerror(errno);
+        mounted_ = true;
+    }
+    void TearDown() override {
+        if (mounted_) {
+            umount2(scratch_.c_str(), MNT_DETACH);
+        }
+        BasicHttpClientLabTest::TearDown();
+    }
+    HttpClientResult::Result download(const std::string& url) {
+        unsigned int id = 0;
+        EXPECT_EQ(client_->downloadAsync(makeRequest(url), id, path("file")), HttpClientError::SUCCESS);
+        const auto ending = listener_->waitFor(id);
+        return ending.completed ? HttpClientResult::SUCCESS : ending.result;
+    }
+
+private:
+    bool mounted_ = false;
+};
+
+TEST_F(SmallDiskLabTest, ADownloadThatFillsItFailsAndLeavesNoFile) {
+    EXPECT_EQ(download(lab::url("/mib")), HttpClientResult::FILE_WRITE_ERROR);
+    EXPECT_FALSE(std::filesystem::exists(path("file")));
+    EXPECT_EQ(download(lab::url("/text")), HttpClientResult::SUCCESS) << "there is room again";
+    EXPECT_EQ(contentOf(path("file")), lab::TEXT);
+}
+
+TEST_F(SmallDiskLabTest, OnAFullOneTheSmallestDownloadFailsToo) {
+    std::ofstream(path("other"), std::ios::binary) << std::string(64 * lab::KIB, 'o') << std::flush;
+    EXPECT_EQ(download(lab::url("/text")), HttpClientResult::FILE_WRITE_ERROR);
+    EXPECT_FALSE(std::filesystem::exists(path("file")));
+}
+
+TEST_F(SmallDiskLabTest, OnAReadOnlyOneADownloadIsRefusedAndAnUploadGoes) {
+    std::ofstream(path("file")) << "content";
+    ASSERT_EQ(mount(nullptr, scratch_.c_str(), nullptr, MS_REMOUNT | MS_RDONLY, nullptr), 0)
+        << strerror(errno);
+    EXPECT_EQ(download(lab::url("/text")), HttpClientResult::HTTP_CONFIGURATION_ERROR);
+    EXPECT_EQ(contentOf(path("file")), "content");
+    unsigned int id = 0;
+    ASSERT_EQ(client_->uploadAsync(makeRequest(lab::url("/upload/file")), id, path("file")),
+              HttpClientError::SUCCESS);
+    EXPECT_TRUE(listener_->waitFor(id).completed);
 }
 
 TEST_F(BasicHttpClientLabTest, AnUploadByPostStaysAPost) {
