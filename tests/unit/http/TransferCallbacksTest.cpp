@@ -686,6 +686,32 @@ TEST_F(TransferOutcomeHandleTest, BeforeATransferThereIsNoCode) {
     EXPECT_EQ(data_->proxyAuthType, "");
 }
 
+TEST_F(TransferOutcomeHandleTest, ARefusalsStrongestKnownSchemeIsTold) {
+    const std::pair<std::vector<std::string>, std::string> rows[] = {
+        {{"Basic realm=\"p\"", "NTLM", "Negotiate"}, "NEGOTIATE"},
+        {{"Negotiate"}, "NEGOTIATE"},
+        {{"Basic realm=\"p\"", "NTLM"}, "NTLM"},
+        {{"Basic realm=\"p\"", "Digest realm=\"p\", nonce=\"1\""}, "BASIC"},
+        {{"Digest realm=\"p\", nonce=\"1\""}, "NONE"},
+        {{}, "NONE"},
+    };
+    for (const auto& [offered, told] : rows) {
+        Reply::Headers headers;
+        for (const std::string& scheme : offered) {
+            headers.emplace_back("Proxy-Authenticate", scheme);
+        }
+        LoopbackServer proxy(
+            [&](const LoopbackServer::Request&) { return Reply::response(407, "", headers); });
+        void* const curl = data_->getCurlConnection()->getHandle();
+        curl_easy_setopt(curl, CURLOPT_URL, "https://inside.invalid/");
+        curl_easy_setopt(curl, CURLOPT_PROXY, proxy.url("").c_str());
+        EXPECT_NE(curl_easy_perform(curl), CURLE_OK);
+        EXPECT_TRUE(CurlHttpUtils::getResponseCode(data_.get()));
+        EXPECT_EQ(data_->connectCode, 407);
+        EXPECT_EQ(data_->proxyAuthType, told);
+    }
+}
+
 TEST_F(TransferOutcomeHandleTest, TheTimingNamesItsSevenElements) {
     CurlHttpUtils::logOperationTiming(data_);
     EXPECT_TRUE(log_.contains(
