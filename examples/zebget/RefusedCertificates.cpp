@@ -2,6 +2,7 @@
 
 #include "zebdiagnostics/ZEBDiagnostics.h"
 
+#include <algorithm>
 #include <cstdint>
 #include <iostream>
 
@@ -19,7 +20,7 @@ void tellRefusedCertificates() {
             record.section == SectionID::CERTIFICATES) {
             std::cerr << "The certificate of " << record.name << " is not trusted: " << record.value << "\n";
         }
-        told = record.number;
+        told = std::max(told, record.number);
     }
 }
 
