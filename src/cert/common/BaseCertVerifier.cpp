@@ -152,7 +152,7 @@ void BaseCertVerifier::addPolicy(std::shared_ptr<Policy> policy) {
 
 // --- from the first check to the final result --------------------------------------------------------------
 
-CertResult BaseCertVerifier::verifyCertificate(std::shared_ptr<CertContainer> container,
+CertResult BaseCertVerifier::verifyCertificate(const std::shared_ptr<CertContainer>& container,
                                                const Identity& identity) {
     if (!isUsable(container, "Received an invalid certContainer") || !isUsable(identity)) {
         return failure(CertStatus::INTERNAL_ERROR);
@@ -163,10 +163,10 @@ CertResult BaseCertVerifier::verifyCertificate(std::shared_ptr<CertContainer> co
         certificateDataFactory_->buildCertificateData(container));
 }
 
-bool BaseCertVerifier::verifyCertificateAsync(std::shared_ptr<CertContainer> container,
-                                              const Identity& identity,
-                                              std::shared_ptr<CertificateVerificationListener> listener,
-                                              CertResult& instantResult, unsigned int& requestId) {
+bool BaseCertVerifier::verifyCertificateAsync(
+    const std::shared_ptr<CertContainer>& container, const Identity& identity,
+    const std::shared_ptr<CertificateVerificationListener>& listener, CertResult& instantResult,
+    unsigned int& requestId) {
     if (!isUsable(container, "Received an invalid cert context") || !isUsable(identity)) {
         return false;
     }
@@ -174,8 +174,8 @@ bool BaseCertVerifier::verifyCertificateAsync(std::shared_ptr<CertContainer> con
     // Deliberately the first reference identifier, where the synchronous form tells the matched one.
     platformVerificationHandler_->handlePlatformVerificationResultAsynchronously(
         certificateDataFactory_->buildCertificateData(container),
-        identity.getNonEmptyReferenceIdentifiers().front(), identity.getIdentifierToDisplay(),
-        std::move(listener), result, instantResult, requestId);
+        identity.getNonEmptyReferenceIdentifiers().front(), identity.getIdentifierToDisplay(), listener,
+        result, instantResult, requestId);
     return true;
 }
 

@@ -47,13 +47,13 @@ public:
     ~BaseCertVerifier() override;
 
     /// The final result; a policy that prompts makes this wait for the user.
-    CertResult verifyCertificate(std::shared_ptr<CertContainer> container, const Identity& identity);
+    CertResult verifyCertificate(const std::shared_ptr<CertContainer>& container, const Identity& identity);
     /// The same without waiting for a user. False, and nothing else, for an invalid container or identity.
     /// Otherwise `instantResult` is final if `requestId` is 0; else it is what holds for the time being, and
     /// the listener hears the final one, under that id, on a thread of the shared pool. Nothing of the
     /// container is used any more once this has returned.
-    bool verifyCertificateAsync(std::shared_ptr<CertContainer> container, const Identity& identity,
-                                std::shared_ptr<CertificateVerificationListener> listener,
+    bool verifyCertificateAsync(const std::shared_ptr<CertContainer>& container, const Identity& identity,
+                                const std::shared_ptr<CertificateVerificationListener>& listener,
                                 CertResult& instantResult, unsigned int& requestId);
 
     /// Null is ignored. In FIPS mode a policy that ignores conditions loses wrong usage and weak keys:

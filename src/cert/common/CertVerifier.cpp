@@ -156,8 +156,8 @@ bool CertVerifier::verifyCertificateAsync(const x509_store_ctx_st* chain, const 
                                           std::shared_ptr<CertificateVerificationListener> listener,
                                           CertResult& instantResult, unsigned int& requestId) {
     return verifyCertificateAsync(getCertContainerFactory().buildCertContainer(chain),
-                                  IdentityBuilder().referenceIdentifier(reference).build(),
-                                  std::move(listener), instantResult, requestId);
+                                  IdentityBuilder().referenceIdentifier(reference).build(), listener,
+                                  instantResult, requestId);
 }
 
 bool CertVerifier::verifyCertificateAsync(const x509_store_ctx_st* chain, const std::string& reference,
@@ -166,8 +166,8 @@ bool CertVerifier::verifyCertificateAsync(const x509_store_ctx_st* chain, const 
                                           CertResult& instantResult, unsigned int& requestId) {
     return verifyCertificateAsync(
         getCertContainerFactory().buildCertContainer(chain),
-        IdentityBuilder().referenceIdentifier(reference).identifierToDisplay(display).build(),
-        std::move(listener), instantResult, requestId);
+        IdentityBuilder().referenceIdentifier(reference).identifierToDisplay(display).build(), listener,
+        instantResult, requestId);
 }
 
 }  // namespace zeb::cert

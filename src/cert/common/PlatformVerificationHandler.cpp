@@ -42,12 +42,12 @@ CertResult PlatformVerificationHandler::executeTask(CertResult result, const std
                                                     std::shared_ptr<CertificateData> certificateData,
                                                     const std::string& identifierToDisplay) {
     return handlePlatformVerificationResultSynchronously(result, matchedIdentifier, identifierToDisplay,
-                                                         std::move(certificateData));
+                                                         certificateData);
 }
 
 CertResult PlatformVerificationHandler::handlePlatformVerificationResultSynchronously(
     const CertResult& result, const std::string& identifier, const std::string& identifierToDisplay,
-    std::shared_ptr<CertificateData> certificateData) {
+    const std::shared_ptr<CertificateData>& certificateData) {
     ZEB_LOG_INFO(log::cert(), "Verification result : " << result.result << " reason : " << result.statuses);
     const PolicyPtr policy = getPolicy(Policy::PolicyNature::INVALID_CERT_MANAGEMENT);
     CertResult output = result;
@@ -133,8 +133,8 @@ void PlatformVerificationHandler::showErrorNotification(const std::set<CertStatu
 // --- without waiting for a user ----------------------------------------------------------------------------
 
 void PlatformVerificationHandler::handlePlatformVerificationResultAsynchronously(
-    std::shared_ptr<CertificateData> certificateData, const std::string& identifier,
-    const std::string& identifierToDisplay, std::shared_ptr<CertificateVerificationListener> listener,
+    const std::shared_ptr<CertificateData>& certificateData, const std::string& identifier,
+    const std::string& identifierToDisplay, const std::shared_ptr<CertificateVerificationListener>& listener,
     const CertResult& instantResult, CertResult& output, unsigned int& requestId) {
     const PolicyPtr policy = getPolicy(Policy::PolicyNature::INVALID_CERT_MANAGEMENT);
     requestId = 0;
@@ -145,7 +145,7 @@ void PlatformVerificationHandler::handlePlatformVerificationResultAsynchronously
     if (policyDoesNotRequireUserInput(policy)) {
         ZEB_LOG_DEBUG(log::cert(), "policy does not interact with the user, applying policy");
         output = handlePlatformVerificationResultSynchronously(instantResult, identifier, identifierToDisplay,
-                                                               std::move(certificateData));
+                                                               certificateData);
         return;
     }
     ZEB_LOG_DEBUG(log::cert(), "policy interacts with the user, checking for a cached decision-");

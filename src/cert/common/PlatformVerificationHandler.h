@@ -36,13 +36,14 @@ public:
     /// result then stays one.
     CertResult handlePlatformVerificationResultSynchronously(
         const CertResult& result, const std::string& identifier, const std::string& identifierToDisplay,
-        std::shared_ptr<CertificateData> certificateData);
+        const std::shared_ptr<CertificateData>& certificateData);
     /// Returns at once. With `requestId` 0 the output is final; otherwise it is provisional, and the listener
     /// hears the final one later, under that id.
     void handlePlatformVerificationResultAsynchronously(
-        std::shared_ptr<CertificateData> certificateData, const std::string& identifier,
-        const std::string& identifierToDisplay, std::shared_ptr<CertificateVerificationListener> listener,
-        const CertResult& instantResult, CertResult& output, unsigned int& requestId);
+        const std::shared_ptr<CertificateData>& certificateData, const std::string& identifier,
+        const std::string& identifierToDisplay,
+        const std::shared_ptr<CertificateVerificationListener>& listener, const CertResult& instantResult,
+        CertResult& output, unsigned int& requestId);
 
     /// The synchronous form: what the task on the pool calls.
     CertResult executeTask(CertResult result, const std::string& matchedIdentifier,

@@ -46,22 +46,23 @@ CertResult XmppCertVerifier::verifyXmppCertificate(const x509_store_ctx_st* chai
         IdentityBuilder().referenceIdentifiers(references).identifierToDisplay(display).build());
 }
 
-bool XmppCertVerifier::verifyXmppCertificateAsync(const x509_store_ctx_st* chain, const Names& references,
-                                                  std::shared_ptr<CertificateVerificationListener> listener,
-                                                  CertResult& instantResult, unsigned int& requestId) {
+bool XmppCertVerifier::verifyXmppCertificateAsync(
+    const x509_store_ctx_st* chain, const Names& references,
+    const std::shared_ptr<CertificateVerificationListener>& listener, CertResult& instantResult,
+    unsigned int& requestId) {
     return verifyCertificateAsync(getCertContainerFactory().buildCertContainer(chain),
-                                  IdentityBuilder().referenceIdentifiers(references).build(),
-                                  std::move(listener), instantResult, requestId);
+                                  IdentityBuilder().referenceIdentifiers(references).build(), listener,
+                                  instantResult, requestId);
 }
 
-bool XmppCertVerifier::verifyXmppCertificateAsync(const x509_store_ctx_st* chain, const Names& references,
-                                                  const std::string& display,
-                                                  std::shared_ptr<CertificateVerificationListener> listener,
-                                                  CertResult& instantResult, unsigned int& requestId) {
+bool XmppCertVerifier::verifyXmppCertificateAsync(
+    const x509_store_ctx_st* chain, const Names& references, const std::string& display,
+    const std::shared_ptr<CertificateVerificationListener>& listener, CertResult& instantResult,
+    unsigned int& requestId) {
     return verifyCertificateAsync(
         getCertContainerFactory().buildCertContainer(chain),
-        IdentityBuilder().referenceIdentifiers(references).identifierToDisplay(display).build(),
-        std::move(listener), instantResult, requestId);
+        IdentityBuilder().referenceIdentifiers(references).identifierToDisplay(display).build(), listener,
+        instantResult, requestId);
 }
 
 }  // namespace zeb::cert

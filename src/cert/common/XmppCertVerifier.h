@@ -34,11 +34,11 @@ public:
                                      const std::string& display);
 
     bool verifyXmppCertificateAsync(const x509_store_ctx_st* chain, const Names& references,
-                                    std::shared_ptr<CertificateVerificationListener> listener,
+                                    const std::shared_ptr<CertificateVerificationListener>& listener,
                                     CertResult& instantResult, unsigned int& requestId);
     bool verifyXmppCertificateAsync(const x509_store_ctx_st* chain, const Names& references,
                                     const std::string& display,
-                                    std::shared_ptr<CertificateVerificationListener> listener,
+                                    const std::shared_ptr<CertificateVerificationListener>& listener,
                                     CertResult& instantResult, unsigned int& requestId);
 };
 
