@@ -106,7 +106,10 @@ protected:
 
     static constexpr char FINGERPRINT[] = "0a 1b ";
 
-    InvalidCertTest() { common::DefaultPoliciesStore::reset(); }
+    InvalidCertTest() {
+        manager()->clearForTesting();  // a static object may have had one made
+        common::DefaultPoliciesStore::reset();
+    }
     ~InvalidCertTest() override {
         const auto last = manager();
         EXPECT_TRUE(last->checkIntegrity());
