@@ -2,6 +2,7 @@
 
 #include "core/ThreadPool.h"
 #include "http/BasicHttpClientImpl.h"
+#include "http/MultiHttpClientImpl.h"
 #include "version/Version.h"
 
 #include <utility>
@@ -47,6 +48,16 @@ std::shared_ptr<http::BasicHttpClient> NetUtilsFactory::createBasicHttpClient(
     // cert::CertVerifier can't exist yet, so the client gets none and refuses every certificate.
     return http::BasicHttpClientImpl::buildBasicHttpClientImpl(nullptr, nullptr, std::move(threadPool),
                                                                nullptr);
+}
+
+std::shared_ptr<http::MultiHttpClient> NetUtilsFactory::createMultiHttpClient(unsigned int threads) {
+    return createMultiHttpClient(std::shared_ptr<cert::CertVerifier>(), threads);
+}
+
+std::shared_ptr<http::MultiHttpClient> NetUtilsFactory::createMultiHttpClient(
+    std::shared_ptr<cert::CertVerifier> /*certVerifier*/, unsigned int threads) {
+    // As above: without any of the three.
+    return http::MultiHttpClientImpl::buildMultiHttpClientImpl(nullptr, nullptr, nullptr, threads);
 }
 
 }  // namespace zeb::netutils
