@@ -14,4 +14,8 @@ void MultiHttpClientImpl::EnqueueClientDataTask::execute() {
     requestProcessing_->enqueueClientData(std::move(clientData_));
 }
 
+std::string MultiHttpClientImpl::EnqueueClientDataTask::name() const {
+    return "zeb::http::MultiHttpClientImpl::EnqueueClientDataTask";
+}
+
 }  // namespace zeb::http

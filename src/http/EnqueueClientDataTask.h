@@ -4,6 +4,7 @@
 #include "http/MultiHttpClientImpl.h"
 
 #include <memory>
+#include <string>
 
 namespace zeb::http {
 
@@ -14,6 +15,8 @@ public:
     EnqueueClientDataTask(std::shared_ptr<MultiHttpClientData> clientData,
                           std::shared_ptr<RequestProcessing> requestProcessing);
     void execute() override;
+    /// What the default would find out anew for each task.
+    std::string name() const override;
 
 private:
     std::shared_ptr<MultiHttpClientData> clientData_;

@@ -52,34 +52,65 @@ std::string MultiCurlConnection::threadName(const std::string& prefix) const {
 
 // --- turns -------------------------------------------------------------------------------------------------
 
-MultiCurlConnection::GuestLock::GuestLock(MultiCurlConnection& connection) : connection_(connection) {
-    std::size_t generation = 0;
-    {
-        const ScopedLock lock(connection.guestsMutex_);
-        generation = connection.generation_;
-        ++connection.waitingGuests_.at(generation);
+MultiCurlConnection::Visit::Visit(MultiCurlConnection& connection, bool patient) : connection_(connection) {
+    const ScopedLock lock(connection.visitsMutex_);
+    if (!connection.driving_ || (connection.callingOut_ && !patient)) {
+        ++connection.inside_;
+        return;
     }
-    connection.mutex_.lock();
-    const ScopedLock lock(connection.guestsMutex_);
-    if (--connection.waitingGuests_.at(generation) == 0) {
-        connection.guestsServed_.broadcast();
+    ++connection.waiting_;
+    // Whoever lets us in counts us in.
+    for (const std::uint64_t turn = connection.turn_; connection.turn_ == turn;) {
+        if (connection.callingOut_ && !patient) {
+            --connection.waiting_;
+            ++connection.inside_;
+            return;
+        }
+        connection.visitorsMayEnter_.wait(connection.visitsMutex_);
     }
 }
 
-MultiCurlConnection::GuestLock::~GuestLock() {
-    connection_.mutex_.unlock();
+MultiCurlConnection::Visit::~Visit() {
+    const ScopedLock lock(connection_.visitsMutex_);
+    if (--connection_.inside_ == 0) {
+        connection_.visitorsHaveLeft_.signal();
+    }
+}
+
+/// With visitsMutex_ held.
+void MultiCurlConnection::letIn() {
+    if (waiting_ != 0) {
+        inside_ += waiting_;
+        waiting_ = 0;
+        ++turn_;
+        visitorsMayEnter_.broadcast();
+    }
+}
+
+void MultiCurlConnection::startDriving() {
+    const ScopedLock lock(visitsMutex_);
+    driving_ = true;
+}
+
+void MultiCurlConnection::stopDriving() {
+    const ScopedLock lock(visitsMutex_);
+    driving_ = false;
+    letIn();
 }
 
 void MultiCurlConnection::giveWay() {
-    const ScopedLock lock(guestsMutex_);
-    const std::size_t waiting = generation_;
-    if (waitingGuests_.at(waiting) == 0) {
-        return;
+    const ScopedLock lock(visitsMutex_);
+    letIn();
+    while (inside_ != 0) {
+        visitorsHaveLeft_.wait(visitsMutex_);
     }
-    // The other count is zero: the call before saw to it.
-    generation_ = 1 - waiting;
-    while (waitingGuests_.at(waiting) != 0) {
-        guestsServed_.wait(guestsMutex_);
+}
+
+void MultiCurlConnection::setCallingOut(bool calling) {
+    const ScopedLock lock(visitsMutex_);
+    callingOut_ = calling;
+    if (calling && waiting_ != 0) {
+        visitorsMayEnter_.broadcast();
     }
 }
 

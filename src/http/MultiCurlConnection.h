@@ -5,8 +5,8 @@
 #include "core/Mutex.h"
 #include "http/OpenSockets.h"
 
-#include <array>
 #include <cstddef>
+#include <cstdint>
 #include <list>
 #include <memory>
 #include <string>
@@ -20,9 +20,10 @@ class HttpRequestData;
 /// Owner of one curl multi handle. Every call on the handle is made under getMutex().
 ///
 /// One thread, the driving one, holds the mutex nearly all the time, and all the more while it waits for the
-/// network. As a mutex owes nobody a turn, it calls giveWay() before each wait, and all others, the guests,
-/// take the mutex by a GuestLock: whoever waits at that call has the mutex before the driving thread takes it
-/// again. So a guest waits for one wait of the driving thread at most.
+/// network. As a mutex owes nobody a turn, the others visit: a visitor who finds the driving thread at work
+/// waits, without the mutex, until that gives way, which it does before each wait for the network, and then
+/// it waits for the visitors it has let in. So a visitor waits for one wait of the driving thread at most,
+/// the driving thread for no more visitors than were there, and no thread is woken in vain.
 class ZEBNETUTILS_EXPORT MultiCurlConnection {
 public:
     /// Pipelining is asked for; libcurl since 7.62 accepts that and ignores it.
@@ -42,20 +43,28 @@ public:
     /// The prefix, "-", and the low 16 bits of the handle in hexadecimal. It is logged.
     std::string threadName(const std::string& prefix) const;
 
-    /// Holds the mutex for one call of a thread other than the driving one.
-    class ZEBNETUTILS_EXPORT GuestLock {
+    /// The stay of a thread other than the driving one; each call within it takes the mutex as ever.
+    class ZEBNETUTILS_EXPORT Visit {
     public:
-        explicit GuestLock(MultiCurlConnection& connection);
-        ~GuestLock();
-        GuestLock(const GuestLock&) = delete;
-        GuestLock& operator=(const GuestLock&) = delete;
+        /// Who isn't patient comes in while a listener is being called, too: that may take its time, and may
+        /// be the visitor itself.
+        Visit(MultiCurlConnection& connection, bool patient);
+        ~Visit();
+        Visit(const Visit&) = delete;
+        Visit& operator=(const Visit&) = delete;
 
     private:
         MultiCurlConnection& connection_;
     };
-    /// For the driving thread, without the mutex. Returns once every guest who waits now has had it; those
-    /// who come meanwhile don't prolong it.
+
+    // For the driving thread, without the mutex.
+    /// From here to stopDriving() visitors wait to be let in.
+    void startDriving();
+    void stopDriving();
+    /// Returns once every visitor who waits now has been in; those who come meanwhile don't prolong it.
     void giveWay();
+    /// Around the call of a listener.
+    void setCallingOut(bool calling);
 
     /// Ties the handle of a request that is to be transferred to this connection: its sockets become known
     /// here, and it shares kept connections only with requests that judge a server as it does. Under the
@@ -77,10 +86,16 @@ private:
     /// The latest groups, so that their connections are kept between requests; under the mutex.
     std::list<std::pair<std::string, std::shared_ptr<ConnectionGroup>>> groups_;
 
-    Mutex guestsMutex_;  ///< guards what follows
-    Condition guestsServed_;
-    std::array<std::size_t, 2> waitingGuests_{};  ///< of the present generation, and of the one before
-    std::size_t generation_ = 0;
+    void letIn();
+
+    Mutex visitsMutex_;  ///< guards what follows
+    Condition visitorsMayEnter_;
+    Condition visitorsHaveLeft_;
+    bool driving_ = false;
+    bool callingOut_ = false;
+    std::size_t waiting_ = 0;  ///< visitors who wait to be let in
+    std::size_t inside_ = 0;   ///< visitors who have been let in, and have not left
+    std::uint64_t turn_ = 0;   ///< grows whenever all who wait are let in
 };
 
 }  // namespace zeb::http

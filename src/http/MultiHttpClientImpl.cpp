@@ -119,7 +119,8 @@ MultiHttpClientImpl::~MultiHttpClientImpl() {
 void MultiHttpClientImpl::setPipelining(bool enabled) {
     CURLMcode code = CURLM_OK;
     {
-        const MultiCurlConnection::GuestLock lock(*multiConnection_);
+        const MultiCurlConnection::Visit visit(*multiConnection_, false);
+        const ScopedLock lock(multiConnection_->getMutex());
         code = curl_multi_setopt(multiConnection_->getHandle(), CURLMOPT_PIPELINING, enabled ? 1L : 0L);
     }
     if (code != CURLM_OK) {

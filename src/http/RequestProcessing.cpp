@@ -32,6 +32,23 @@ constexpr unsigned int POOL_IDLE_SECONDS = 60;
 constexpr long IDLE_WAIT_MS = 30000;
 constexpr int ACTIVITY_WAIT_MS = 20000;
 
+/// Whose loop the thread runs.
+thread_local const Runnable* drivenByThisThread = nullptr;
+
+/// A listener is being called.
+class CallOut {
+public:
+    explicit CallOut(MultiCurlConnection& connection) : connection_(connection) {
+        connection_.setCallingOut(true);
+    }
+    ~CallOut() { connection_.setCallingOut(false); }
+    CallOut(const CallOut&) = delete;
+    CallOut& operator=(const CallOut&) = delete;
+
+private:
+    MultiCurlConnection& connection_;
+};
+
 bool useProxy(const Request& request) {
     const std::shared_ptr<Proxy> proxy = request.getProxy();
     return proxy != nullptr && !proxy->getURL().empty();
@@ -91,9 +108,20 @@ MultiHttpClientImpl::RequestProcessing::~RequestProcessing() = default;
 
 HttpClientError::Error MultiHttpClientImpl::RequestProcessing::enqueueClientDataOnNewThread(
     ClientData clientData) {
-    enqueuePool_.enqueue(std::make_shared<EnqueueClientDataTask>(std::move(clientData), shared_from_this()),
-                         false, false);
+    auto task = std::make_shared<EnqueueClientDataTask>(std::move(clientData), shared_from_this());
+    if (drivenByThisThread == this) {
+        deferredTasks_.push_back(std::move(task));
+    } else {
+        enqueuePool_.enqueue(std::move(task), false, false);
+    }
     return HttpClientError::SUCCESS;
+}
+
+void MultiHttpClientImpl::RequestProcessing::handOverDeferredTasks() {
+    for (std::shared_ptr<Task>& task : deferredTasks_) {
+        enqueuePool_.enqueue(std::move(task), false, false);
+    }
+    deferredTasks_.clear();
 }
 
 void MultiHttpClientImpl::RequestProcessing::enqueueClientData(ClientData clientData) {
@@ -174,38 +202,53 @@ bool MultiHttpClientImpl::RequestProcessing::applyTransformation(
 }
 
 void MultiHttpClientImpl::RequestProcessing::transfer(ClientData clientData) {
-    HttpRequestData& requestData = *clientData->getRequestData();
-    void* const easy = requestData.getEasyHandle();
-    const std::string requestId = requestData.formattedRequestID();
-    std::uint64_t attempt = 0;
-    if (!beginJoining(clientData, attempt)) {
-        lose(clientData);
-        return;
-    }
+    bool carry = false;
     // From the moment in which the handle is added the request is the driving thread's, which may finish it,
     // and its easy handle must end there: nothing of it is kept here.
-    clientData.reset();
-    if (!addToMultiHandle(requestData)) {
-        ZEB_LOG_ERROR(log::httpClient(), prefix() << "Unable to add the request to the CURL stack.");
-        fail(takeJoining(easy, attempt), HttpClientResult::UNKNOWN_ERROR);
-        return;
+    if (beginJoining(std::move(clientData), carry) && carry) {
+        addReadyTransfers();
     }
-    finishJoining(easy, attempt, requestId);
 }
 
-bool MultiHttpClientImpl::RequestProcessing::beginJoining(const ClientData& clientData,
-                                                          std::uint64_t& attempt) {
-    const ScopedLock lock(transfersMutex_);
+/// One pool thread at a time waits for the multi handle, and then adds all that has become ready meanwhile;
+/// the others go on with their work. Waiting each for itself, they would be woken once for each request.
+bool MultiHttpClientImpl::RequestProcessing::beginJoining(ClientData clientData, bool& carry) {
+    HttpRequestData& requestData = *clientData->getRequestData();
+    ScopedLock lock(transfersMutex_);
     if (!running_) {
+        lock.unlock();
+        lose(clientData);
         return false;
     }
-    attempt = ++attempts_;
-    joiningTransfers_[clientData->getRequestData()->getEasyHandle()] = {clientData, attempt};
+    void* const easy = requestData.getEasyHandle();
+    ++attempts_;
+    readyTransfers_.push_back({&requestData, easy, attempts_, requestData.formattedRequestID()});
+    joiningTransfers_[easy] = {std::move(clientData), attempts_};
+    carry = !carrierUnderWay_;
+    carrierUnderWay_ = true;
     return true;
 }
 
+void MultiHttpClientImpl::RequestProcessing::addReadyTransfers() {
+    std::vector<Ready> batch;
+    const MultiCurlConnection::Visit visit(*multiConnection_, true);
+    {
+        const ScopedLock lock(transfersMutex_);
+        batch.swap(readyTransfers_);
+        carrierUnderWay_ = false;
+    }
+    for (const Ready& ready : batch) {
+        if (addToMultiHandle(*ready.requestData)) {
+            finishJoining(ready);
+        } else {
+            ZEB_LOG_ERROR(log::httpClient(), prefix() << "Unable to add the request to the CURL stack.");
+            fail(takeJoining(ready.easy, ready.attempt), HttpClientResult::UNKNOWN_ERROR);
+        }
+    }
+}
+
 bool MultiHttpClientImpl::RequestProcessing::addToMultiHandle(HttpRequestData& requestData) {
-    const MultiCurlConnection::GuestLock lock(*multiConnection_);
+    const ScopedLock lock(multiConnection_->getMutex());
     multiConnection_->adopt(requestData);
     if (curl_multi_add_handle(multiConnection_->getHandle(), requestData.getEasyHandle()) != CURLM_OK) {
         MultiCurlConnection::release(requestData);
@@ -227,24 +270,23 @@ MultiHttpClientImpl::RequestProcessing::ClientData MultiHttpClientImpl::RequestP
     return clientData;
 }
 
-void MultiHttpClientImpl::RequestProcessing::finishJoining(void* easy, std::uint64_t attempt,
-                                                           const std::string& requestId) {
+void MultiHttpClientImpl::RequestProcessing::finishJoining(const Ready& ready) {
     ClientData late;
     {
         const ScopedLock lock(transfersMutex_);
-        late = takeJoining(easy, attempt);
+        late = takeJoining(ready.easy, ready.attempt);
         if (late == nullptr) {
             return;
         }
         if (!ended_) {
             ZEB_LOG_DEBUG(log::httpClient(),
-                          prefix() << "adding request " << requestId << " to active transfers queue");
-            activeTransfers_[easy] = std::move(late);
+                          prefix() << "adding request " << ready.requestId << " to active transfers queue");
+            activeTransfers_[ready.easy] = std::move(late);
             wakeEvent_.set();
             return;
         }
     }
-    removeFromMultiHandle(easy, *late->getRequestData());
+    removeFromMultiHandle(ready.easy, *late->getRequestData());
     lose(late);
 }
 
@@ -253,9 +295,12 @@ void MultiHttpClientImpl::RequestProcessing::finishJoining(void* easy, std::uint
 void MultiHttpClientImpl::RequestProcessing::run() {
     // A listener may let go of the client, and with it of us, while it is being called from here.
     const std::shared_ptr<RequestProcessing> self = shared_from_this();
+    drivenByThisThread = this;
     ZEB_LOG_INFO(log::httpClient(), prefix() << "Running MultiHttpClient processing thread loop.");
     while (running_) {
+        multiConnection_->startDriving();
         performTransferRequests();
+        multiConnection_->stopDriving();
         if (decideToWait()) {
             ZEB_LOG_DEBUG(log::httpClient(), prefix() << "waiting for new requests");
             wakeEvent_.timedWait(IDLE_WAIT_MS);
@@ -350,6 +395,7 @@ void MultiHttpClientImpl::RequestProcessing::checkTransfersAndNotifyListeners() 
             finishTransfer(easy, curlCode);
         }
     }
+    handOverDeferredTasks();
     releaseEndedTransfers();
 }
 
@@ -448,11 +494,13 @@ void MultiHttpClientImpl::RequestProcessing::notifyListener(const ClientData& cl
                                             << requestData.formattedRequestID() << ", data received "
                                             << requestData.getTotalDataReceived() << " bytes, response body "
                                             << requestData.body.size() << " bytes");
+        const CallOut callOut(*multiConnection_);
         listener->onRequestCompleted(requestData.getRequestId(), requestData);
         SecureStringUtils::ZEBZeroString(requestData.body);
     } else {
         ZEB_LOG_INFO(log::httpClient(), prefix() << "Notifying listener of a failure for request "
                                                  << requestData.formattedRequestID());
+        const CallOut callOut(*multiConnection_);
         listener->onRequestFailed(requestData.getRequestId(), result);
     }
     networkEvent.notifyNetworkEventReporter(result, requestData, clientData->getEdgePolicy());

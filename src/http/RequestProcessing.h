@@ -38,7 +38,9 @@ public:
     /// Has the loop end soon. Requests that are still in the pool are answered with REQUEST_LOST.
     void stopThread();
 
-    /// Always SUCCESS.
+    /// Always SUCCESS. What listeners enqueue on the driving thread goes to the pool together, once all that
+    /// have ended have been told: a pool thread that is woken finds them all, instead of being woken for
+    /// each.
     HttpClientError::Error enqueueClientDataOnNewThread(std::shared_ptr<MultiHttpClientData> clientData);
     /// On a pool thread: edge and DNS, which may block, then into the multi handle.
     void enqueueClientData(std::shared_ptr<MultiHttpClientData> clientData);
@@ -54,6 +56,13 @@ private:
         ClientData clientData;
         std::uint64_t attempt;
     };
+    /// One that waits to be added. The request data lives in joiningTransfers_.
+    struct Ready {
+        HttpRequestData* requestData;
+        void* easy;
+        std::uint64_t attempt;
+        std::string requestId;
+    };
 
     // On pool threads.
     bool enforceEdgeUsagePolicy(const ClientData& clientData) const;
@@ -61,10 +70,11 @@ private:
     void logEnforcingResult(EdgeTransformer::TransformRequestResult::Result result) const;
     void onAuthenticationFailed(HttpRequestData& requestData) const;
     void transfer(ClientData clientData);
-    bool beginJoining(const ClientData& clientData, std::uint64_t& attempt);
+    bool beginJoining(ClientData clientData, bool& carry);
+    void addReadyTransfers();
     bool addToMultiHandle(HttpRequestData& requestData);
     ClientData takeJoining(void* easy, std::uint64_t attempt);
-    void finishJoining(void* easy, std::uint64_t attempt, const std::string& requestId);
+    void finishJoining(const Ready& ready);
 
     // On the driving thread.
     void performTransferRequests();
@@ -78,6 +88,7 @@ private:
     void notifyListener(const ClientData& clientData, HttpClientResult::Result result);
     void collectAnswer(const ClientData& clientData);
     void releaseEndedTransfers();
+    void handOverDeferredTasks();
     void giveUpTransfers();
 
     void removeFromMultiHandle(void* easy, HttpRequestData& requestData);
@@ -93,13 +104,16 @@ private:
     UnresolvedHostCache unresolvedHostCache_;
 
     std::map<void*, Joining> joiningTransfers_;
+    std::vector<Ready> readyTransfers_;  ///< of those, the ones that no thread has begun to add
+    bool carrierUnderWay_ = false;       ///< a pool thread waits to add whatever is ready
     Transfers cancelledTransfers_;
     std::vector<std::pair<void*, ClientData>> endedTransfers_;  ///< cancelled, and over
     std::uint64_t attempts_ = 0;
     bool ended_ = false;  ///< nobody drives any more
 
-    bool handlesAdded_ = false;   ///< since the last perform; under the multi mutex
-    bool countMisleads_ = false;  ///< of the driving thread alone
+    bool handlesAdded_ = false;                         ///< since the last perform; under the multi mutex
+    bool countMisleads_ = false;                        ///< of the driving thread alone
+    std::vector<std::shared_ptr<Task>> deferredTasks_;  ///< of the driving thread alone
 
     ThreadPool enqueuePool_;
 };

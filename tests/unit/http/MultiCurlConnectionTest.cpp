@@ -40,10 +40,11 @@ TEST(MultiCurlConnectionTest, WithoutAHandleFromLibcurlItIsNullAndSetsNoOption) 
     EXPECT_THAT(options.numbers(), IsEmpty());
 }
 
-TEST(MultiCurlConnectionTest, AGuestWaitsForOneTurnOfTheDrivingThreadAtMost) {
+TEST(MultiCurlConnectionTest, AVisitorWaitsForOneTurnOfTheDrivingThreadAtMost) {
     MultiCurlConnection connection;
     std::atomic<bool> running{true};
     std::atomic<int> turns{0};
+    connection.startDriving();
     std::thread driver([&] {
         while (running) {
             connection.giveWay();
@@ -51,33 +52,37 @@ TEST(MultiCurlConnectionTest, AGuestWaitsForOneTurnOfTheDrivingThreadAtMost) {
             ++turns;
             std::this_thread::sleep_for(std::chrono::microseconds(200));
         }
+        connection.stopDriving();
     });
-    std::vector<std::thread> guests;
+    std::vector<std::thread> visitors;
     for (int i = 0; i < 3; ++i) {
-        guests.emplace_back([&] {
+        visitors.emplace_back([&, patient = i != 0] {
             for (int visit = 0; visit < 100; ++visit) {
                 const int before = turns;
-                const MultiCurlConnection::GuestLock lock(connection);
-                // The turn in course, and one that began before this guest was in line.
+                const MultiCurlConnection::Visit here(connection, patient);
+                const ScopedLock lock(connection.getMutex());
+                // The turn in course, and one that began before this visitor was in line.
                 EXPECT_LE(turns - before, 2);
             }
         });
     }
-    for (std::thread& guest : guests) {
-        guest.join();
+    for (std::thread& visitor : visitors) {
+        visitor.join();
     }
     running = false;
     driver.join();
 }
 
-TEST(MultiCurlConnectionTest, GuestsWithoutEndDontKeepTheDrivingThreadOut) {
+TEST(MultiCurlConnectionTest, VisitorsWithoutEndDontKeepTheDrivingThreadOut) {
     MultiCurlConnection connection;
     std::atomic<bool> running{true};
-    std::vector<std::thread> guests;
+    connection.startDriving();
+    std::vector<std::thread> visitors;
     for (int i = 0; i < 3; ++i) {
-        guests.emplace_back([&] {
+        visitors.emplace_back([&] {
             while (running) {
-                const MultiCurlConnection::GuestLock lock(connection);
+                const MultiCurlConnection::Visit here(connection, true);
+                const ScopedLock lock(connection.getMutex());
             }
         });
     }
@@ -86,9 +91,34 @@ TEST(MultiCurlConnectionTest, GuestsWithoutEndDontKeepTheDrivingThreadOut) {
         const ScopedLock lock(connection.getMutex());
     }
     running = false;
-    for (std::thread& guest : guests) {
-        guest.join();
+    connection.stopDriving();
+    for (std::thread& visitor : visitors) {
+        visitor.join();
     }
+}
+
+TEST(MultiCurlConnectionTest, WhileAListenerIsCalledOnlyTheImpatientComeIn) {
+    MultiCurlConnection connection;
+    connection.startDriving();
+    connection.setCallingOut(true);
+    { const MultiCurlConnection::Visit here(connection, false); }
+    std::atomic<bool> patientIn{false};
+    std::thread patient([&] {
+        const MultiCurlConnection::Visit here(connection, true);
+        patientIn = true;
+    });
+    connection.setCallingOut(false);
+    std::atomic<bool> impatientIn{false};
+    std::thread impatient([&] {
+        const MultiCurlConnection::Visit here(connection, false);
+        impatientIn = true;
+    });
+    connection.setCallingOut(true);
+    impatient.join();
+    EXPECT_TRUE(impatientIn);
+    EXPECT_FALSE(patientIn);
+    connection.stopDriving();
+    patient.join();
 }
 
 }  // namespace
