@@ -22,8 +22,9 @@ class Request;
 /// one that blocks stops all transfers of the client. Not answered are a cancelled request, one without a
 /// listener, and one that couldn't be configured (see enqueueRequest).
 ///
-/// While transfers are active and all of them silent, a new request can wait up to 20 seconds until it joins
-/// them, and a cancelled one as long until it ends.
+/// The driving thread waits for the network up to 20 seconds at a time. While all transfers under way are
+/// silent, a new request can wait so long until it joins them, a cancelled one until it ends, and a completed
+/// one until its listener hears of it.
 ///
 /// The end of the client cancels all transfers; a request that has not become one by then is answered with
 /// REQUEST_LOST, which may come after the client's end. Any thread may call, a listener too; no operation

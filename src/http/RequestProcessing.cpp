@@ -325,6 +325,7 @@ void MultiHttpClientImpl::RequestProcessing::performTransferRequests() {
     if (running > 0) {
         ZEB_LOG_DEBUG(log::httpClient(), prefix() << " Current running handles: " << running);
     }
+    // Deliberate: what has ended is told after the wait, and the wait may be long when all others are silent.
     // Without the flag a transfer that nothing aborts would keep the client from its end.
     while (running >= 1 && running_) {
         if (!waitForActivity()) {

@@ -93,7 +93,7 @@ TEST_F(MultiHttpClientLabTest, AThousandRequestsAreEachAnsweredOnceOrCancelledAn
                 request->getOptions()->failoverUrls = {url("/text")};
                 expected[enqueue(*client, request)] = {true, HttpClientResult::SUCCESS, lab::TEXT};
             } else if (i % 50 == 9) {
-                const auto request = makeRequest(url("/slow/body?pieces=1000&ms=50"));
+                const auto request = makeRequest(url("/slow/rate"));
                 cancelled.push_back(request);
                 enqueue(*client, request);
             } else if (i % 10 == 6) {
