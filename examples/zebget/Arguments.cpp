@@ -69,7 +69,17 @@ std::unique_ptr<Arguments> parseArguments(int argc, char** argv, int& exitStatus
     std::string proxyUser;
     std::string bearer;
 
-    app.add_option("url", arguments->url, "What to ask for")->required()->type_name("URL");
+    auto* const url = app.add_option("url", arguments->url, "What to ask for")->type_name("URL");
+    auto* const multi =
+        app.add_option("--multi", arguments->multiFile,
+                       "Asks for every URL of this list ('-': standard input), several at a time; one line "
+                       "each: result, status, time, size, URL")
+            ->type_name("FILE")
+            ->excludes(url);
+    app.add_option("--at-a-time", arguments->atATime, "How many of the list at a time (10)")
+        ->type_name("N")
+        ->check(CLI::Range(1, 10000))
+        ->needs(multi);
     auto* const post = app.add_option("--post", arguments->postFile, "POST with this file as the body");
     auto* const download =
         app.add_option("--download", arguments->downloadTo, "GET into this file, with progress");
@@ -107,6 +117,7 @@ std::unique_ptr<Arguments> parseArguments(int argc, char** argv, int& exitStatus
         file->type_name("FILE")->check(CLI::ExistingFile);
     }
     download->type_name("FILE");
+    multi->excludes(post)->excludes(download)->excludes(upload)->excludes(formOption);
     post->excludes(download)->excludes(upload)->excludes(formOption);
     download->excludes(upload);
     formOption->excludes(upload);
@@ -117,6 +128,9 @@ std::unique_ptr<Arguments> parseArguments(int argc, char** argv, int& exitStatus
     }
     try {
         app.parse(argc, argv);
+        if (!arguments->multiFile && arguments->url.empty()) {
+            throw CLI::RequiredError("url");
+        }
     } catch (const CLI::ParseError& end) {
         exitStatus = app.exit(end);
         return nullptr;

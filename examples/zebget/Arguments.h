@@ -2,6 +2,7 @@
 
 #include "core/SecureString.h"
 
+#include <cstddef>
 #include <memory>
 #include <optional>
 #include <string>
@@ -21,6 +22,8 @@ struct Arguments {
     std::optional<std::string> postFile;
     std::optional<std::string> downloadTo;
     std::optional<std::string> uploadFile;
+    std::optional<std::string> multiFile;  ///< a list of URLs, which takes the place of the one
+    std::size_t atATime = 10;              ///< of that list
     std::vector<std::pair<std::string, std::string>> headers;
     std::string user;  ///< empty: no authentication
     zeb::SecureString password;

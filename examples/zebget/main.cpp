@@ -5,6 +5,7 @@
 #include "Arguments.h"
 #include "ConsoleListener.h"
 #include "MakeRequest.h"
+#include "MultiRun.h"
 #include "ProxyPrompt.h"
 #include "http/BasicHttpClient.h"
 #include "http/HttpRequestOptions.h"
@@ -93,6 +94,11 @@ std::shared_ptr<zebget::ProxyPrompt> answerProxies(const Arguments& arguments) {
 
 int runHost(const Arguments& arguments) {
     const std::shared_ptr<zebget::ProxyPrompt> prompt = answerProxies(arguments);
+    if (arguments.multiFile) {
+        const int status = zebget::runMulti(arguments);
+        prompt->finish();
+        return status;
+    }
     zeb::netutils::NetUtilsFactory factory;
     const std::shared_ptr<BasicHttpClient> client = factory.createBasicHttpClient();
     const auto listener = std::make_shared<ConsoleListener>(arguments.progress || isatty(STDERR_FILENO) != 0);
