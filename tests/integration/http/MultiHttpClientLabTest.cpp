@@ -202,6 +202,25 @@ TEST_F(MultiHttpClientLabTest, KeptConnectionsAreForThoseWhoJudgeTheServerAlike)
     EXPECT_EQ(handshakesOf(plain()), 0U);
 }
 
+TEST_F(MultiHttpClientLabTest, OverHttp2AConnectionServesOneRequestAfterTheOther) {
+    const auto client = makeClient();
+    const std::string origin = "https://" + lab::ORIGIN + ":2443";
+    for (int i = 0; i < 20; ++i) {
+        EXPECT_THAT(get(*client, makeRequest(origin + "/echo")).response.body,
+                    testing::HasSubstr("\"version\":\"2"));
+    }
+    EXPECT_EQ(handshakes(), 1U);
+    std::vector<unsigned int> ids;
+    for (int i = 0; i < 20; ++i) {
+        ids.push_back(enqueue(*client, makeRequest(origin + "/slow/head?ms=100")));
+    }
+    for (const unsigned int id : ids) {
+        EXPECT_EQ(listener_->waitFor(id).response.body, lab::TEXT);
+    }
+    // Asked for HTTP/1.1 pipelining, libcurl lets no two of them share one at a time.
+    EXPECT_GT(handshakes(), 5U);
+}
+
 TEST_F(MultiHttpClientLabTest, ARefusedCertificateEndsTheRequestWhateverConnectionIsKept) {
     const auto client = makeClient();
     EXPECT_TRUE(get(*client, makeRequest(lab::secureUrl("/text"))).completed);
