@@ -238,7 +238,11 @@ void MultiHttpClientImpl::RequestProcessing::addReadyTransfers() {
         carrierUnderWay_ = false;
     }
     for (const Ready& ready : batch) {
-        if (addToMultiHandle(*ready.requestData)) {
+        if (!running_) {
+            if (const ClientData late = takeJoining(ready.easy, ready.attempt)) {
+                lose(late);
+            }
+        } else if (addToMultiHandle(*ready.requestData)) {
             finishJoining(ready);
         } else {
             ZEB_LOG_ERROR(log::httpClient(), prefix() << "Unable to add the request to the CURL stack.");
