@@ -26,7 +26,7 @@ public:
         address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
         socklen_t length = sizeof address;
         if (listener < 0 || bind(listener, reinterpret_cast<sockaddr*>(&address), sizeof address) != 0 ||
-            listen(listener, 16) != 0 ||
+            listen(listener, SOMAXCONN) != 0 ||
             getsockname(listener, reinterpret_cast<sockaddr*>(&address), &length) != 0) {
             std::perror("bench server");
             std::exit(EXIT_FAILURE);

@@ -79,9 +79,18 @@ std::unique_ptr<Arguments> parseArguments(int argc, char** argv, int& exitStatus
     std::string proxyUser;
     std::string bearer;
 
-    app.add_option("url", arguments->urls, "What to ask for; several are asked for at once")
-        ->required()
-        ->type_name("URL...");
+    auto* const url = app.add_option("url", arguments->urls, "What to ask for; several are asked for at once")
+                          ->type_name("URL...");
+    auto* const multi =
+        app.add_option("--multi", arguments->multiFile,
+                       "Asks for every URL of this list ('-': standard input), several at a time; one line "
+                       "each: result, status, time, size, URL")
+            ->type_name("FILE")
+            ->excludes(url);
+    app.add_option("--at-a-time", arguments->atATime, "How many of the list at a time (10)")
+        ->type_name("N")
+        ->check(CLI::Range(1, 10000))
+        ->needs(multi);
     auto* const post = app.add_option("--post", arguments->postFile, "POST with this file as the body");
     auto* const download =
         app.add_option("--download", arguments->downloadTo, "GET into this file, with progress");
@@ -124,6 +133,7 @@ std::unique_ptr<Arguments> parseArguments(int argc, char** argv, int& exitStatus
         file->type_name("FILE")->check(CLI::ExistingFile);
     }
     download->type_name("FILE");
+    multi->excludes(post)->excludes(download)->excludes(upload)->excludes(formOption);
     post->excludes(download)->excludes(upload)->excludes(formOption);
     download->excludes(upload);
     formOption->excludes(upload);
@@ -134,6 +144,9 @@ std::unique_ptr<Arguments> parseArguments(int argc, char** argv, int& exitStatus
     }
     try {
         app.parse(argc, argv);
+        if (!arguments->multiFile && arguments->urls.empty()) {
+            throw CLI::RequiredError("url");
+        }
     } catch (const CLI::ParseError& end) {
         exitStatus = app.exit(end);
         return nullptr;

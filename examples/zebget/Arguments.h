@@ -3,6 +3,7 @@
 #include "CertificatePrompt.h"
 #include "core/SecureString.h"
 
+#include <cstddef>
 #include <memory>
 #include <optional>
 #include <string>
@@ -17,11 +18,13 @@ namespace zebget {
 
 /// What the user typed.
 struct Arguments {
-    std::vector<std::string> urls;  ///< at least one
+    std::vector<std::string> urls;  ///< at least one, but with a multiFile
     std::vector<std::string> failoverUrls;
     std::optional<std::string> postFile;
     std::optional<std::string> downloadTo;
     std::optional<std::string> uploadFile;
+    std::optional<std::string> multiFile;  ///< a list of URLs, in place of those
+    std::size_t atATime = 10;              ///< of that list
     std::vector<std::pair<std::string, std::string>> headers;
     std::string user;  ///< empty: no authentication
     zeb::SecureString password;

@@ -6,6 +6,7 @@
 #include "CertificatePrompt.h"
 #include "ConsoleListener.h"
 #include "MakeRequest.h"
+#include "MultiRun.h"
 #include "ProxyPrompt.h"
 #include "RefusedCertificates.h"
 #include "cert/common/CertVerifier.h"
@@ -132,6 +133,11 @@ std::vector<Outcome> runAll(const Arguments& arguments,
 
 int runHost(const Arguments& arguments) {
     const std::shared_ptr<zebget::ProxyPrompt> prompt = answerProxies(arguments);
+    if (arguments.multiFile) {
+        const int status = zebget::runMulti(arguments);
+        prompt->finish();
+        return status;
+    }
     std::vector<std::shared_ptr<Request>> requests;
     for (const std::string& url : arguments.urls) {
         requests.push_back(zebget::makeRequest(arguments, url));

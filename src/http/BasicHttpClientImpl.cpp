@@ -1,16 +1,13 @@
 #include "http/BasicHttpClientImpl.h"
 
-#include "common/FailureManagementPolicy.h"
 #include "core/Event.h"
 #include "core/Log.h"
 #include "core/ScopedLock.h"
 #include "core/SecureStringUtils.h"
 #include "core/ThreadPool.h"
-#include "http/CommonCriteriaUsagePolicy.h"
 #include "http/CurlAnswerEvaluator.h"
 #include "http/CurlHttpUtils.h"
 #include "http/EasyCURLConnection.h"
-#include "http/EdgePolicy.h"
 #include "http/HttpClientData.h"
 #include "http/HttpClientListener.h"
 #include "http/HttpRequestData.h"
@@ -19,9 +16,8 @@
 #include "http/Proxy.h"
 #include "http/ProxyAuthenticationHandler.h"
 #include "http/Request.h"
-#include "ip/IpFamilyPreferencePolicy.h"
+#include "http/RequestSteps.h"
 #include "netutils/ApplicationEventHandler.h"
-#include "qrmcoreutils/QRMCoreUtils.h"
 
 #include <utility>
 
@@ -35,10 +31,8 @@ using TransformResult = EdgeTransformer::TransformRequestResult;
 
 namespace {
 
-constexpr int HTTP_UNAUTHORIZED = 401;
 constexpr int HTTP_FORBIDDEN = 403;
 constexpr int HTTP_PROXY_AUTHENTICATION_REQUIRED = 407;
-constexpr char USER_AGENT[] = "User-Agent";
 constexpr char DISABLED_BY_OVT_POLICY[] = "DisabledByOVTPolicy";
 constexpr char NO_LISTENER[] = "No listener is available to notify the client of the result.";
 
@@ -92,77 +86,10 @@ private:
     Mutex& mutex_;
 };
 
-std::string hiddenUrl(const HttpRequestData& requestData) {
-    return ZEBLogger_replacePIIData(CurlHttpUtils::loggableUrl(requestData.getRequest()));
-}
-
-EnforcingResult::EnforcingResult enforceEdge(const std::shared_ptr<Policy>& policy,
-                                             const std::shared_ptr<HttpRequestData>& requestData,
-                                             const HttpClientData& clientData) {
-    const auto edgePolicy = std::dynamic_pointer_cast<EdgePolicy>(policy);
-    return edgePolicy == nullptr ? EnforcingResult::ENFORCING_FAILURE
-                                 : edgePolicy->enforce(requestData, clientData.getEdgeTransformer());
-}
-
-bool isUnknown(const std::shared_ptr<Policy>& policy) {
-    return policy == nullptr || policy->getNature() == Policy::PolicyNature::UNKNOWN;
-}
-
 void logDisabledByOvtPolicy() {
     ZEB_LOG_WARNING(log::httpClient(),
                     "HTTP connection is disabled by OVT Policy(No Service). Set response "
                     "code 403");
-}
-
-/// Writes the answer that stands for a failed authentication at the edge, with its line in the log.
-void fabricateAuthenticationFailure(TransformResult::Result result, Response& response) {
-    switch (result) {
-        case TransformResult::EDGE_TOKEN_EXPIRED:
-            ZEB_LOG_WARNING(log::httpClient(),
-                            "Edge policy not enforced. token is expired, set response code 401");
-            response.responseCode = HTTP_UNAUTHORIZED;
-            break;
-        case TransformResult::EDGE_PROXY_TOKEN_EXPIRED:
-            ZEB_LOG_WARNING(log::httpClient(),
-                            "Edge policy not enforced. token is expired, set response code 407");
-            response.responseCode = HTTP_PROXY_AUTHENTICATION_REQUIRED;
-            break;
-        default:
-            ZEB_LOG_WARNING(log::httpClient(),
-                            "Edge policy not enforced. username or password is invalid or "
-                            "expired, set response code 401");
-            response.responseCode = HTTP_UNAUTHORIZED;
-            break;
-    }
-}
-
-bool isAuthenticationFailure(TransformResult::Result result) {
-    return result == TransformResult::EDGE_AUTHENTICATION_FAILED ||
-           result == TransformResult::EDGE_TOKEN_EXPIRED ||
-           result == TransformResult::EDGE_PROXY_TOKEN_EXPIRED;
-}
-
-void removeTransformedCookies(const HttpClientData& clientData, HttpRequestData& requestData) {
-    const std::shared_ptr<Policy> policy = clientData.getEdgePolicy();
-    if (isUnknown(policy)) {
-        ZEB_LOG_DEBUG(log::httpClient(), "Edge policy not available.");
-        return;
-    }
-    const auto edgePolicy = std::dynamic_pointer_cast<EdgePolicy>(policy);
-    if (edgePolicy == nullptr ||
-        edgePolicy->enforce(requestData, requestData.getWrapper().url, clientData.getEdgeTransformer()) !=
-            EnforcingResult::SUCCESS) {
-        ZEB_LOG_WARNING(log::httpClient(), "Edge policy not enforced.");
-    }
-}
-
-/// What a further attempt must not inherit from the one before. Redirects stay: every one seen is told.
-void forgetFormerAttempt(HttpRequestData& requestData) {
-    SecureStringUtils::ZEBZeroString(requestData.body);
-    requestData.responseCode = 0;
-    requestData.headers->clear();
-    requestData.getWrapper().lastReportedProgress = 0;
-    requestData.getWrapper().headerBytes = 0;
 }
 
 /// The answer that went out shares these with the request: from now on it is the receiver's alone.
@@ -171,24 +98,14 @@ void detachFromAnswer(HttpRequestData& requestData) {
     requestData.redirectUrls = std::make_shared<std::vector<std::string>>();
 }
 
-CURLcode performCurlRequest(const std::shared_ptr<HttpRequestData>& requestData) {
+int performCurlRequest(const std::shared_ptr<HttpRequestData>& requestData) {
     CURLcode code = CURLE_NO_CONNECTION_AVAILABLE;
     if (const std::shared_ptr<EasyCURLConnection> connection = requestData->getCurlConnection()) {
         code = curl_easy_perform(connection->getHandle());
     }
     CurlHttpUtils::resetCurlPassword(requestData);
     CurlHttpUtils::logOperationTiming(requestData);
-    if (code == CURLE_WRITE_ERROR && requestData->getRequest()->isCancelled()) {
-        // The header and write callbacks can't abort by any other code. Left as it is, it would stand for a
-        // full disk and send the cancelled request on to its next URL.
-        return CURLE_ABORTED_BY_CALLBACK;
-    }
-    if (code == CURLE_OK && !CurlHttpUtils::closeDownloadedFile(requestData->getWrapper())) {
-        // Small downloads, and the end of each, wait in the file's buffer until now. That they can't be
-        // written is what it would have been during the transfer.
-        return CURLE_WRITE_ERROR;
-    }
-    return code;
+    return RequestSteps::settleCode(code, *requestData);
 }
 
 /// What the end of a transfer tells of the proxy in use. Taken before the transfer's completion is announced:
@@ -224,15 +141,9 @@ private:
 std::shared_ptr<BasicHttpClientImpl> BasicHttpClientImpl::buildBasicHttpClientImpl(
     std::shared_ptr<EdgeTransformer> edgeTransformer, std::shared_ptr<CertVerifier> certVerifier,
     std::shared_ptr<ThreadPool> threadPool, std::shared_ptr<HttpNetworkEventReporter> reporter) {
-    const std::set<std::shared_ptr<Policy>> policies = {
-        EdgePolicy::NEVER_USE_EDGE_POLICY,
-        common::FailureManagementPolicy::IGNORE_SOFT_FAILURE_POLICY,
-        ip::IpFamilyPreferencePolicy::DUAL_STACK_POLICY,
-        CommonCriteriaUsagePolicy::COMMON_CRITERIA_DISABLED_POLICY,
-    };
     return std::shared_ptr<BasicHttpClientImpl>(
-        new BasicHttpClientImpl(policies, std::move(edgeTransformer), std::move(certVerifier),
-                                std::move(threadPool), std::move(reporter)));
+        new BasicHttpClientImpl(RequestSteps::defaultPolicies(), std::move(edgeTransformer),
+                                std::move(certVerifier), std::move(threadPool), std::move(reporter)));
 }
 
 BasicHttpClientImpl::BasicHttpClientImpl(const std::set<std::shared_ptr<Policy>>& policies,
@@ -258,50 +169,13 @@ std::shared_ptr<EasyCURLConnection> BasicHttpClientImpl::getEasyCURLConnection()
 // --- what both roads begin with ----------------------------------------------------------------------------
 
 void BasicHttpClientImpl::setPoliesToRequestData(HttpRequestData& requestData) const {
-    const std::shared_ptr<Policy> ipFamily = getPolicy(Policy::PolicyNature::IP_FAMILY_PREFERENCE);
-    if (isUnknown(ipFamily)) {
-        ZEB_LOG_WARNING(log::httpClient(), "IP family policy not available.");
-    } else {
-        requestData.setIpFamilyPreferencePolicy(
-            std::dynamic_pointer_cast<ip::IpFamilyPreferencePolicy>(ipFamily));
-        requestData.setIpFamilyPreferencePolicyCanBeIgnored(policyFailureCanBeIgnored(*ipFamily));
-    }
-    const std::shared_ptr<Policy> commonCriteria = getPolicy(Policy::PolicyNature::COMMON_CRITERIA_USAGE);
-    if (isUnknown(commonCriteria)) {
-        ZEB_LOG_WARNING(log::httpClient(), "CC Mode usage policy not available.");
-    } else {
-        requestData.setCommonCriteriaUsagePolicy(
-            std::dynamic_pointer_cast<CommonCriteriaUsagePolicy>(commonCriteria));
-        requestData.setCommonCriteriaUsageCanBeIgnored(policyFailureCanBeIgnored(*commonCriteria));
-    }
-}
-
-void BasicHttpClientImpl::setUserAgentToRequestData(HttpRequestData& requestData) {
-    const std::shared_ptr<Request>& request = requestData.getRequest();
-    if (request == nullptr || request->getOptions() == nullptr) {
-        return;
-    }
-    const std::shared_ptr<HttpRequestOptions> options = request->getOptions();
-    if (options->headers == nullptr) {
-        options->headers = std::make_shared<HttpHeaders>();
-    }
-    for (HttpHeader& header : *options->headers) {
-        if (QRMCoreUtils::caseInsensitiveStringEquals(header.first, USER_AGENT)) {
-            if (header.second.empty()) {
-                header.second = QRMCoreUtils::SystemUtils::getHttpUserAgent();
-                ZEB_LOG_DEBUG(log::httpClient(), "User-Agent set: " << header.second);
-            }
-            return;
-        }
-    }
-    options->headers->emplace_back(USER_AGENT, QRMCoreUtils::SystemUtils::getHttpUserAgent());
-    ZEB_LOG_DEBUG(log::httpClient(), "User-Agent added: " << options->headers->back().second);
+    RequestSteps::setPoliciesToRequestData(*this, requestData, "CC Mode usage policy not available.");
 }
 
 HttpClientResult::Result BasicHttpClientImpl::onAuthentiactionFailed(const HttpRequestData& requestData,
                                                                      Response& response) {
-    if (isAuthenticationFailure(requestData.getEdgeTransformResult())) {
-        fabricateAuthenticationFailure(requestData.getEdgeTransformResult(), response);
+    if (RequestSteps::isAuthenticationFailure(requestData.getEdgeTransformResult())) {
+        RequestSteps::fabricateAuthenticationFailure(requestData.getEdgeTransformResult(), response);
     }
     return HttpClientResult::SUCCESS;
 }
@@ -312,13 +186,13 @@ HttpClientResult::Result BasicHttpClientImpl::execute(std::shared_ptr<Request> r
     const auto requestData = std::make_shared<HttpRequestData>(std::move(request), certVerifier_);
     const RunLock run(*requestData);
     const std::shared_ptr<Policy> edgePolicy = getPolicy(Policy::PolicyNature::EDGE_USAGE);
-    if (isUnknown(edgePolicy)) {
+    if (RequestSteps::isUnknown(edgePolicy)) {
         ZEB_LOG_ERROR(log::httpClient(), "Edge policy not available");
         return HttpClientResult::POLICY_NOT_AVAILABLE_ERROR;
     }
-    if (enforceEdge(edgePolicy, requestData, *clientData_) == EnforcingResult::SUCCESS) {
-        ZEB_LOG_DEBUG(log::httpClient(),
-                      "Edge policy enforced successfully with transformed Url: " << hiddenUrl(*requestData));
+    if (RequestSteps::enforceEdge(edgePolicy, requestData, *clientData_) == EnforcingResult::SUCCESS) {
+        ZEB_LOG_DEBUG(log::httpClient(), "Edge policy enforced successfully with transformed Url: "
+                                             << RequestSteps::hiddenUrl(*requestData));
     } else {
         const TransformResult::Result edgeResult = requestData->getEdgeTransformResult();
         if (edgeResult == TransformResult::EDGE_DISABLED_BY_OVT_POLICY) {
@@ -328,7 +202,7 @@ HttpClientResult::Result BasicHttpClientImpl::execute(std::shared_ptr<Request> r
             return HttpClientResult::SUCCESS;
         }
         const bool canBeIgnored = policyFailureCanBeIgnored(*edgePolicy);
-        if (canBeIgnored && isAuthenticationFailure(edgeResult)) {
+        if (canBeIgnored && RequestSteps::isAuthenticationFailure(edgeResult)) {
             return onAuthentiactionFailed(*requestData, response);
         }
         if (!canBeIgnored) {
@@ -350,7 +224,7 @@ HttpClientResult::Result BasicHttpClientImpl::execute(std::shared_ptr<Request> r
     }
     clientData_->setEdgePolicy(edgePolicy);
     setPoliesToRequestData(*requestData);
-    setUserAgentToRequestData(*requestData);
+    RequestSteps::setUserAgentToRequestData(*requestData);
     const HttpClientResult::Result result = executeImpl(clientData_, requestData);
     response = *requestData;
     SecureStringUtils::ZEBZeroString(requestData->body);
@@ -406,7 +280,7 @@ HttpClientError::Error BasicHttpClientImpl::enqueueRequest(const std::shared_ptr
                                                            const std::string& filePath,
                                                            unsigned int& requestId) {
     const std::shared_ptr<Policy> edgePolicy = getPolicy(Policy::PolicyNature::EDGE_USAGE);
-    if (isUnknown(edgePolicy)) {
+    if (RequestSteps::isUnknown(edgePolicy)) {
         ZEB_LOG_ERROR(log::httpClient(), "Edge policy not available");
         return HttpClientError::POLICY_NOT_AVAILABLE_ERROR;
     }
@@ -423,7 +297,7 @@ HttpClientError::Error BasicHttpClientImpl::enqueueRequest(const std::shared_ptr
     }
     requestId = requestData->getRequestId();
     setPoliesToRequestData(*requestData);
-    setUserAgentToRequestData(*requestData);
+    RequestSteps::setUserAgentToRequestData(*requestData);
     ZEB_LOG_DEBUG(log::httpClient(), "Creating task...");
     const auto task = std::make_shared<AsyncTask>(clientData_, requestData);
     ZEB_LOG_DEBUG(log::httpClient(), "Executing task...");
@@ -463,8 +337,8 @@ void BasicHttpClientImpl::AsyncTask::execute() {
     if (clientData_ != nullptr && !enforceEdgePolicy()) {
         return;
     }
-    ZEB_LOG_DEBUG(log::httpClient(),
-                  "Edge policy enforced successfully with transformed Url:" << hiddenUrl(*requestData_));
+    ZEB_LOG_DEBUG(log::httpClient(), "Edge policy enforced successfully with transformed Url:"
+                                         << RequestSteps::hiddenUrl(*requestData_));
     const HttpClientResult::Result result = executeImpl(clientData_, requestData_);
     // Let go before the host hears of the end: from then on it may destroy the client and end libcurl, and
     // the easy handle must not be closed by this thread after that.
@@ -486,7 +360,7 @@ void BasicHttpClientImpl::AsyncTask::execute() {
 
 bool BasicHttpClientImpl::AsyncTask::enforceEdgePolicy() {
     const std::shared_ptr<Policy> policy = clientData_->getEdgePolicy();
-    if (enforceEdge(policy, requestData_, *clientData_) == EnforcingResult::SUCCESS) {
+    if (RequestSteps::enforceEdge(policy, requestData_, *clientData_) == EnforcingResult::SUCCESS) {
         return true;
     }
     const std::shared_ptr<Request>& request = requestData_->getRequest();
@@ -511,7 +385,7 @@ bool BasicHttpClientImpl::AsyncTask::enforceEdgePolicy() {
         ZEB_LOG_WARNING(log::httpClient(), "Http request client listener is empty");
         return true;
     }
-    if (isAuthenticationFailure(result)) {
+    if (RequestSteps::isAuthenticationFailure(result)) {
         onAuthenticationFailed();
         return false;
     }
@@ -540,7 +414,7 @@ void BasicHttpClientImpl::AsyncTask::onEdgePolicyNotIgnorable() {
 }
 
 void BasicHttpClientImpl::AsyncTask::onAuthenticationFailed() {
-    fabricateAuthenticationFailure(requestData_->getEdgeTransformResult(), *requestData_);
+    RequestSteps::fabricateAuthenticationFailure(requestData_->getEdgeTransformResult(), *requestData_);
     complete();
 }
 
@@ -578,33 +452,12 @@ HttpClientResult::Result finishFailedTransfer(HttpClientResult::Result result,
     return result;
 }
 
-void collectAddresses(const std::shared_ptr<HttpRequestData>& requestData) {
-    if (!CurlHttpUtils::getIpAddress(requestData)) {
-        ZEB_LOG_WARNING(log::httpClient(),
-                        "Unable to get the IP addresses for request " << requestData->formattedRequestID());
-        return;
-    }
-    ZEB_LOG_DEBUG(log::httpClient(), "Request " << requestData->formattedRequestID() << " local address "
-                                                << requestData->localIpAddress << ", destination address "
-                                                << requestData->destinationIpAddress);
-}
-
 HttpClientResult::Result finishCompletedTransfer(const HttpClientData& clientData,
                                                  const std::shared_ptr<HttpRequestData>& requestData) {
-    RequestWrapper& wrapper = requestData->getWrapper();
-    const std::shared_ptr<EdgeTransformer>& transformer = clientData.getEdgeTransformer();
-    if (transformer != nullptr && transformer->isRequestTransformed(wrapper)) {
-        requestData->transformedUrl = requestData->getRequest()->getOptions()->url;
-    }
-    collectAddresses(requestData);
-    if (!CurlHttpUtils::storeCookies(requestData)) {
-        ZEB_LOG_ERROR(log::httpClient(), "Failed to store cookies in the response for request "
-                                             << requestData->formattedRequestID());
-    }
+    RequestSteps::collectAnswer(clientData, requestData);
     requestData->returnEasyCURLConnection();
-    removeTransformedCookies(clientData, *requestData);
-    CurlHttpUtils::closeFile(&wrapper.writeFile);
-    CurlHttpUtils::closeFile(&wrapper.readFile);
+    RequestSteps::removeTransformedCookies(clientData, *requestData);
+    RequestSteps::closeFiles(*requestData);
     clientData.getNetworkEvent().notifyNetworkEventReporter(HttpClientResult::SUCCESS, *requestData,
                                                             clientData.getEdgePolicy());
     ZEB_LOG_DEBUG(
@@ -692,7 +545,7 @@ void BasicHttpClientImpl::performRequest(const std::shared_ptr<HttpClientData>& 
     const std::shared_ptr<CurlAnswerEvaluator> evaluator = clientData->getCurlAnswerEvaluator();
     HttpClientResult::Result result = HttpClientResult::UNKNOWN_ERROR;
     for (;;) {
-        forgetFormerAttempt(*requestData);
+        RequestSteps::forgetFormerAttempt(*requestData);
         if (!CurlHttpUtils::configureEasyRequest(requestData)) {
             ZEB_LOG_ERROR(log::httpClient(), "There was an issue configuring the request.");
             requestData->returnEasyCURLConnection();
@@ -708,7 +561,7 @@ void BasicHttpClientImpl::performRequest(const std::shared_ptr<HttpClientData>& 
             completion(result, true);
             return;
         }
-        const CURLcode curlCode = performCurlRequest(requestData);
+        const int curlCode = performCurlRequest(requestData);
         result = evaluator->curlCodeToResult(curlCode, requestData.get());
         if (!evaluator->representServerFailure(curlCode) || !requestData->hasFailoverUrl()) {
             break;
@@ -727,7 +580,7 @@ void BasicHttpClientImpl::performRequest(const std::shared_ptr<HttpClientData>& 
                  "HTTP response code "
                      << requestData->responseCode << " connect code " << requestData->connectCode
                      << " for request " << requestData->formattedRequestID() << " to "
-                     << hiddenUrl(*requestData));
+                     << RequestSteps::hiddenUrl(*requestData));
     const bool refusedByProxy = requestData->connectCode == HTTP_PROXY_AUTHENTICATION_REQUIRED;
     if (refusedByProxy && requestData->getRequest()->isCancelled()) {
         // Nobody waits for credentials for this one any more: parked, it would not be answered until the host

@@ -60,7 +60,6 @@ private:
                                           HTTPFileOperation::Method fileOperation,
                                           const std::string& filePath, unsigned int& requestId);
     void setPoliesToRequestData(HttpRequestData& requestData) const;
-    static void setUserAgentToRequestData(HttpRequestData& requestData);
     static HttpClientResult::Result onAuthentiactionFailed(const HttpRequestData& requestData,
                                                            Response& response);
 

@@ -880,7 +880,7 @@ bool CurlHttpUtils::configureEasyRequest(const RequestDataPtr& data) {
     curl_easy_setopt(curl, CURLOPT_HEADERDATA, data.get());
     encodeUrl(*data);
     setUrl(data);
-    if (isFileOperation(data->getWrapper()) && !testOpenFile(data->getWrapper())) {
+    if (!prepareFile(data->getWrapper())) {
         return false;
     }
     setMethod(curl, *data);
@@ -1247,6 +1247,10 @@ bool CurlHttpUtils::isResponseSuccessful(int code) {
 
 bool CurlHttpUtils::isFileProtocol(const std::string& url) {
     return HttpUtils::extractProtocolFromHttpUrl(url) == "file";
+}
+
+bool CurlHttpUtils::prepareFile(RequestWrapper& wrapper) {
+    return !isFileOperation(wrapper) || testOpenFile(wrapper);
 }
 
 bool CurlHttpUtils::closeDownloadedFile(RequestWrapper& wrapper) {

@@ -121,6 +121,9 @@ public:
     /// Exactly 200.
     static bool isResponseSuccessful(int code);
     static bool isFileProtocol(const std::string& url);
+    /// Opens the file that the request works on, and closes it again: a download's is created or truncated,
+    /// what a former attempt left open is closed. False when it can't be opened; true without a file.
+    static bool prepareFile(RequestWrapper& wrapper);
     /// Closes a download's file once all has come. False, with the file removed, when what was buffered can't
     /// be written any more: a full disk may show only now.
     static bool closeDownloadedFile(RequestWrapper& wrapper);

@@ -1,10 +1,38 @@
 #include "http/MultiCurlConnection.h"
 
+#include "core/Log.h"
+#include "core/ScopedLock.h"
+#include "http/ConnectionGroup.h"
+#include "http/HttpRequestData.h"
+
+#include <cstdint>
+#include <iomanip>
+#include <sstream>
+
 #include <curl/curl.h>
 
 namespace zeb::http {
 
-MultiCurlConnection::MultiCurlConnection() : handle_(curl_multi_init()) {
+namespace {
+
+constexpr std::size_t KEPT_GROUPS = 8;
+constexpr std::uintptr_t LOW_16_BITS = 0xffff;
+constexpr int FOUR_DIGITS = 4;
+
+std::uintptr_t numberOf(const void* handle) {
+    return reinterpret_cast<std::uintptr_t>(handle);
+}
+
+std::string prefixOf(const void* handle) {
+    std::ostringstream text;
+    text << "["
+         << "0x" << std::hex << numberOf(handle) << "] ";
+    return text.str();
+}
+
+}  // namespace
+
+MultiCurlConnection::MultiCurlConnection() : handle_(curl_multi_init()), logPrefix_(prefixOf(handle_)) {
     if (handle_ != nullptr) {
         curl_multi_setopt(handle_, CURLMOPT_PIPELINING, 1L);
     }
@@ -12,6 +40,112 @@ MultiCurlConnection::MultiCurlConnection() : handle_(curl_multi_init()) {
 
 MultiCurlConnection::~MultiCurlConnection() {
     curl_multi_cleanup(handle_);
+}
+
+std::string MultiCurlConnection::threadName(const std::string& prefix) const {
+    std::ostringstream text;
+    text << prefix << "-" << std::hex << std::setw(FOUR_DIGITS) << std::setfill('0')
+         << (numberOf(handle_) & LOW_16_BITS);
+    ZEB_LOG_INFO(log::httpClient(), logPrefix_ << "Thread Name : " << text.str());
+    return text.str();
+}
+
+// --- turns -------------------------------------------------------------------------------------------------
+
+MultiCurlConnection::Visit::Visit(MultiCurlConnection& connection, bool patient) : connection_(connection) {
+    const ScopedLock lock(connection.visitsMutex_);
+    if (!connection.driving_ || (connection.callingOut_ && !patient)) {
+        ++connection.inside_;
+        return;
+    }
+    ++connection.waiting_;
+    // Whoever lets us in counts us in.
+    for (const std::uint64_t turn = connection.turn_; connection.turn_ == turn;) {
+        if (connection.callingOut_ && !patient) {
+            --connection.waiting_;
+            ++connection.inside_;
+            return;
+        }
+        connection.visitorsMayEnter_.wait(connection.visitsMutex_);
+    }
+}
+
+MultiCurlConnection::Visit::~Visit() {
+    const ScopedLock lock(connection_.visitsMutex_);
+    if (--connection_.inside_ == 0) {
+        connection_.visitorsHaveLeft_.signal();
+    }
+}
+
+/// With visitsMutex_ held.
+void MultiCurlConnection::letIn() {
+    if (waiting_ != 0) {
+        inside_ += waiting_;
+        waiting_ = 0;
+        ++turn_;
+        visitorsMayEnter_.broadcast();
+    }
+}
+
+void MultiCurlConnection::startDriving() {
+    const ScopedLock lock(visitsMutex_);
+    driving_ = true;
+}
+
+void MultiCurlConnection::stopDriving() {
+    const ScopedLock lock(visitsMutex_);
+    driving_ = false;
+    letIn();
+}
+
+void MultiCurlConnection::giveWay() {
+    const ScopedLock lock(visitsMutex_);
+    letIn();
+    while (inside_ != 0) {
+        visitorsHaveLeft_.wait(visitsMutex_);
+    }
+}
+
+void MultiCurlConnection::setCallingOut(bool calling) {
+    const ScopedLock lock(visitsMutex_);
+    callingOut_ = calling;
+    if (calling && waiting_ != 0) {
+        visitorsMayEnter_.broadcast();
+    }
+}
+
+// --- connections -------------------------------------------------------------------------------------------
+
+void MultiCurlConnection::adopt(HttpRequestData& requestData) {
+    CURL* const easy = requestData.getEasyHandle();
+    sockets_.watch(easy);
+    const std::string key = ConnectionGroup::keyOf(requestData);
+    if (!key.empty()) {
+        requestData.setConnectionGroup(
+            ConnectionGroup::isAlone(requestData) ? std::make_shared<ConnectionGroup>() : groupOf(key));
+        requestData.getConnectionGroup()->join(easy);
+    }
+}
+
+void MultiCurlConnection::release(HttpRequestData& requestData) {
+    if (requestData.getConnectionGroup() != nullptr) {
+        ConnectionGroup::leave(requestData.getEasyHandle());
+        requestData.setConnectionGroup(nullptr);
+    }
+}
+
+std::shared_ptr<ConnectionGroup> MultiCurlConnection::groupOf(const std::string& key) {
+    for (auto known = groups_.begin(); known != groups_.end(); ++known) {
+        if (known->first == key) {
+            groups_.splice(groups_.begin(), groups_, known);
+            return groups_.front().second;
+        }
+    }
+    groups_.emplace_front(key, std::make_shared<ConnectionGroup>());
+    if (groups_.size() > KEPT_GROUPS) {
+        groups_.pop_back();
+    }
+    return groups_.front().second;
 }
 
 }  // namespace zeb::http

@@ -4,6 +4,7 @@
 #include "cert/common/CertVerifierFactory.h"
 #include "core/ThreadPool.h"
 #include "http/BasicHttpClientImpl.h"
+#include "http/MultiHttpClientImpl.h"
 #include "netutils/NetworkEventReporterImpl.h"
 #include "netutils/NetworkEventReporterObserver.h"
 #include "netutils/adapters/HttpCertAdapter.h"
@@ -57,6 +58,18 @@ std::shared_ptr<http::BasicHttpClient> NetUtilsFactory::createBasicHttpClient(
 
 std::shared_ptr<NetworkEventReporter> NetUtilsFactory::createNetworkEventReporter() {
     return std::make_shared<NetworkEventReporterImpl>(NetworkEventReporterObserver::getInstance());
+}
+
+std::shared_ptr<http::MultiHttpClient> NetUtilsFactory::createMultiHttpClient(unsigned int threads) {
+    return createMultiHttpClient(cert::CertVerifierFactory::createCertVerifier(), threads);
+}
+
+std::shared_ptr<http::MultiHttpClient> NetUtilsFactory::createMultiHttpClient(
+    std::shared_ptr<cert::CertVerifier> certVerifier, unsigned int threads) {
+    // As above.
+    return http::MultiHttpClientImpl::buildMultiHttpClientImpl(
+        nullptr, std::make_shared<adapters::HttpCertAdapter>(std::move(certVerifier)),
+        std::make_shared<adapters::HttpEventReporterAdapter>(createNetworkEventReporter()), threads);
 }
 
 }  // namespace zeb::netutils

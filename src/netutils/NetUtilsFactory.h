@@ -12,7 +12,8 @@ class CertVerifier;
 }
 namespace zeb::http {
 class BasicHttpClient;
-}
+class MultiHttpClient;
+}  // namespace zeb::http
 
 namespace zeb::netutils {
 
@@ -41,6 +42,12 @@ public:
     std::shared_ptr<http::BasicHttpClient> createBasicHttpClient(std::shared_ptr<ThreadPool> threadPool);
     std::shared_ptr<http::BasicHttpClient> createBasicHttpClient(
         std::shared_ptr<cert::CertVerifier> certVerifier, std::shared_ptr<ThreadPool> threadPool);
+
+    /// With a verifier of its own. Up to `threads` threads, at least one, do what can block before a
+    /// transfer.
+    std::shared_ptr<http::MultiHttpClient> createMultiHttpClient(unsigned int threads);
+    std::shared_ptr<http::MultiHttpClient> createMultiHttpClient(
+        std::shared_ptr<cert::CertVerifier> certVerifier, unsigned int threads);
 
     /// Through which the host tells what it knows of the network. Every client reports what its transfers
     /// saw by one of its own; all of them share one queue.

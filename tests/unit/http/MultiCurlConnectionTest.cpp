@@ -2,6 +2,11 @@
 #include "http/MultiCurlConnection.h"
 #include "unit/http/CurlSeam.h"
 
+#include <atomic>
+#include <chrono>
+#include <thread>
+#include <vector>
+
 #include <curl/curl.h>
 #include <gmock/gmock.h>
 
@@ -33,6 +38,87 @@ TEST(MultiCurlConnectionTest, WithoutAHandleFromLibcurlItIsNullAndSetsNoOption) 
     const MultiOptions options;
     EXPECT_EQ(nullptr, MultiCurlConnection().getHandle());
     EXPECT_THAT(options.numbers(), IsEmpty());
+}
+
+TEST(MultiCurlConnectionTest, AVisitorWaitsForOneTurnOfTheDrivingThreadAtMost) {
+    MultiCurlConnection connection;
+    std::atomic<bool> running{true};
+    std::atomic<int> turns{0};
+    connection.startDriving();
+    std::thread driver([&] {
+        while (running) {
+            connection.giveWay();
+            const ScopedLock lock(connection.getMutex());
+            ++turns;
+            std::this_thread::sleep_for(std::chrono::microseconds(200));
+        }
+        connection.stopDriving();
+    });
+    std::vector<std::thread> visitors;
+    for (int i = 0; i < 3; ++i) {
+        visitors.emplace_back([&, patient = i != 0] {
+            for (int visit = 0; visit < 100; ++visit) {
+                const int before = turns;
+                const MultiCurlConnection::Visit here(connection, patient);
+                const ScopedLock lock(connection.getMutex());
+                // The turn in course, and one that began before this visitor was in line.
+                EXPECT_LE(turns - before, 2);
+            }
+        });
+    }
+    for (std::thread& visitor : visitors) {
+        visitor.join();
+    }
+    running = false;
+    driver.join();
+}
+
+TEST(MultiCurlConnectionTest, VisitorsWithoutEndDontKeepTheDrivingThreadOut) {
+    MultiCurlConnection connection;
+    std::atomic<bool> running{true};
+    connection.startDriving();
+    std::vector<std::thread> visitors;
+    for (int i = 0; i < 3; ++i) {
+        visitors.emplace_back([&] {
+            while (running) {
+                const MultiCurlConnection::Visit here(connection, true);
+                const ScopedLock lock(connection.getMutex());
+            }
+        });
+    }
+    for (int turn = 0; turn < 100; ++turn) {
+        connection.giveWay();
+        const ScopedLock lock(connection.getMutex());
+    }
+    running = false;
+    connection.stopDriving();
+    for (std::thread& visitor : visitors) {
+        visitor.join();
+    }
+}
+
+TEST(MultiCurlConnectionTest, WhileAListenerIsCalledOnlyTheImpatientComeIn) {
+    MultiCurlConnection connection;
+    connection.startDriving();
+    connection.setCallingOut(true);
+    { const MultiCurlConnection::Visit here(connection, false); }
+    std::atomic<bool> patientIn{false};
+    std::thread patient([&] {
+        const MultiCurlConnection::Visit here(connection, true);
+        patientIn = true;
+    });
+    connection.setCallingOut(false);
+    std::atomic<bool> impatientIn{false};
+    std::thread impatient([&] {
+        const MultiCurlConnection::Visit here(connection, false);
+        impatientIn = true;
+    });
+    connection.setCallingOut(true);
+    impatient.join();
+    EXPECT_TRUE(impatientIn);
+    EXPECT_FALSE(patientIn);
+    connection.stopDriving();
+    patient.join();
 }
 
 }  // namespace

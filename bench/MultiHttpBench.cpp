@@ -1,0 +1,301 @@
+// The multi client beside raw libcurl's multi interface with equal options, in one run, against a server in a
+// process of its own: GETs of 1 KiB with a fixed number of them in flight, as many again as have ended.
+//
+// Both make a new easy handle for each request, as any client that serves unlike requests at once must; each
+// takes its next request when one has ended, on the thread that drives libcurl. ZEB_BENCH_POOL=N: the threads
+// of the client's pool (default 2).
+
+// The progress function is the one that the client sets; its deprecation is known.
+#define CURL_DISABLE_DEPRECATION
+
+#include "BenchServer.h"
+#include "http/HttpClientListener.h"
+#include "http/HttpRequestOptions.h"
+#include "http/MultiHttpClient.h"
+#include "http/Request.h"
+#include "http/Response.h"
+#include "netutils/GlobalInit.h"
+#include "netutils/NetUtilsFactory.h"
+#include "zeblogger/ZEBLogger.h"
+
+#include <algorithm>
+#include <atomic>
+#include <chrono>
+#include <cstdlib>
+#include <ctime>
+#include <future>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include <benchmark/benchmark.h>
+#include <curl/curl.h>
+
+namespace {
+
+constexpr std::size_t BODY_SIZE = 1024;
+constexpr int ROUNDS = 7;
+
+const zeb::bench::Server& server() {
+    static const zeb::bench::Server instance(BODY_SIZE);
+    return instance;
+}
+
+/// What a number of requests took.
+struct Cost {
+    double seconds = 0;
+    double cpuSeconds = 0;
+    bool answered = true;
+};
+
+double cpuSeconds() {
+    timespec now{};
+    clock_gettime(CLOCK_PROCESS_CPUTIME_ID, &now);
+    return static_cast<double>(now.tv_sec) + static_cast<double>(now.tv_nsec) * 1e-9;
+}
+
+template <typename Function>
+Cost costOf(const Function& function) {
+    const double cpu = cpuSeconds();
+    const auto begin = std::chrono::steady_clock::now();
+    Cost cost;
+    cost.answered = function();
+    cost.seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - begin).count();
+    cost.cpuSeconds = cpuSeconds() - cpu;
+    return cost;
+}
+
+// --- raw ---------------------------------------------------------------------------------------------------
+
+struct RawRequest {
+    std::string body;
+    std::vector<std::string> headers;
+};
+
+std::size_t appendBody(char* data, std::size_t size, std::size_t count, void* request) {
+    static_cast<RawRequest*>(request)->body.append(data, size * count);
+    return size * count;
+}
+
+std::size_t keepHeader(char* data, std::size_t size, std::size_t count, void* request) {
+    static_cast<RawRequest*>(request)->headers.emplace_back(data, size * count);
+    return size * count;
+}
+
+int hearNothing(CURL* /*curl*/, curl_infotype /*type*/, char* /*text*/, std::size_t /*size*/,
+                void* /*data*/) {
+    return 0;
+}
+
+int hearProgress(void* /*request*/, double /*dlTotal*/, double /*dlNow*/, double /*ulTotal*/,
+                 double /*ulNow*/) {
+    return 0;
+}
+
+class RawClient {
+public:
+    RawClient() : multi_(curl_multi_init()), list_(curl_slist_append(nullptr, "User-Agent: bench")) {
+        curl_multi_setopt(multi_, CURLMOPT_PIPELINING, 1L);
+    }
+    ~RawClient() {
+        curl_multi_cleanup(multi_);
+        curl_slist_free_all(list_);
+    }
+    RawClient(const RawClient&) = delete;
+    RawClient& operator=(const RawClient&) = delete;
+
+    bool run(int count, int inFlight) {
+        int begun = 0;
+        int ended = 0;
+        bool answered = true;
+        for (; begun < std::min(count, inFlight); ++begun) {
+            add();
+        }
+        while (ended < count) {
+            int running = 0;
+            curl_multi_perform(multi_, &running);
+            int left = 0;
+            bool any = false;
+            while (const CURLMsg* const message = curl_multi_info_read(multi_, &left)) {
+                answered = finish(message->easy_handle, message->data.result) && answered;
+                ++ended;
+                any = true;
+                if (begun < count) {
+                    ++begun;
+                    add();
+                }
+            }
+            if (!any) {
+                curl_multi_wait(multi_, nullptr, 0, 20000, nullptr);
+            }
+        }
+        return answered;
+    }
+
+private:
+    void add() {
+        CURL* const curl = curl_easy_init();
+        auto* const request = new RawRequest;
+        curl_easy_setopt(curl, CURLOPT_PRIVATE, request);
+        curl_easy_setopt(curl, CURLOPT_HTTPHEADER, list_);
+        curl_easy_setopt(curl, CURLOPT_HEADERFUNCTION, &keepHeader);
+        curl_easy_setopt(curl, CURLOPT_HEADERDATA, request);
+        curl_easy_setopt(curl, CURLOPT_URL, server().url().c_str());
+        curl_easy_setopt(curl, CURLOPT_HTTPGET, 1L);
+        curl_easy_setopt(curl, CURLOPT_WRITEFUNCTION, &appendBody);
+        curl_easy_setopt(curl, CURLOPT_WRITEDATA, request);
+        curl_easy_setopt(curl, CURLOPT_DEBUGFUNCTION, &hearNothing);
+        curl_easy_setopt(curl, CURLOPT_FOLLOWLOCATION, 1L);
+        curl_easy_setopt(curl, CURLOPT_MAXREDIRS, 5L);
+        curl_easy_setopt(curl, CURLOPT_NOPROGRESS, 0L);
+        curl_easy_setopt(curl, CURLOPT_PROGRESSFUNCTION, &hearProgress);
+        curl_easy_setopt(curl, CURLOPT_PROGRESSDATA, request);
+        curl_easy_setopt(curl, CURLOPT_VERBOSE, 1L);
+        curl_easy_setopt(curl, CURLOPT_SSL_SESSIONID_CACHE, 0L);
+        curl_easy_setopt(curl, CURLOPT_SSL_VERIFYHOST, 0L);
+        curl_easy_setopt(curl, CURLOPT_CAINFO, nullptr);
+        curl_easy_setopt(curl, CURLOPT_CAPATH, nullptr);
+        curl_easy_setopt(curl, CURLOPT_COOKIELIST, "");
+        curl_easy_setopt(curl, CURLOPT_NOSIGNAL, 1L);
+        curl_easy_setopt(curl, CURLOPT_CONNECTTIMEOUT_MS, 60000L);
+        curl_easy_setopt(curl, CURLOPT_TIMEOUT_MS, 0L);
+        curl_multi_add_handle(multi_, curl);
+    }
+
+    bool finish(CURL* curl, CURLcode code) {
+        RawRequest* request = nullptr;
+        curl_easy_getinfo(curl, CURLINFO_PRIVATE, &request);
+        const bool good = code == CURLE_OK && request->body.size() == BODY_SIZE;
+        curl_multi_remove_handle(multi_, curl);
+        curl_easy_cleanup(curl);
+        delete request;
+        return good;
+    }
+
+    CURLM* const multi_;
+    curl_slist* const list_;
+};
+
+// --- ours --------------------------------------------------------------------------------------------------
+
+/// Sends on as many as end, and tells when all have ended.
+class Closed : public zeb::http::HttpClientListener, public std::enable_shared_from_this<Closed> {
+public:
+    Closed(zeb::http::MultiHttpClient& client, int count)
+        : client_(client), left_(count), unanswered_(count) {}
+
+    bool run(int inFlight) {
+        for (int i = 0; i < inFlight; ++i) {
+            next();
+        }
+        end_.get_future().wait();
+        return good_;
+    }
+
+    void onRequestFailed(unsigned int /*id*/, zeb::http::HttpClientResult::Result /*result*/) override {
+        take(false);
+    }
+    void onRequestCompleted(unsigned int /*id*/, const zeb::http::Response& response) override {
+        take(response.body.size() == BODY_SIZE);
+    }
+    void onRequestProgress(unsigned int /*id*/, zeb::http::ProgressData /*progress*/) override {}
+
+private:
+    void next() {
+        if (left_-- > 0) {
+            const auto request = std::make_shared<zeb::http::Request>(server().url());
+            request->setListener(shared_from_this());
+            unsigned int id = 0;
+            if (client_.enqueueRequest(request, id) != zeb::http::HttpClientError::SUCCESS) {
+                good_ = false;
+            }
+        }
+    }
+    void take(bool good) {
+        if (!good) {
+            good_ = false;
+        }
+        next();
+        if (--unanswered_ == 0) {
+            end_.set_value();
+        }
+    }
+
+    zeb::http::MultiHttpClient& client_;
+    std::atomic<int> left_;
+    std::atomic<int> unanswered_;
+    std::atomic<bool> good_{true};
+    std::promise<void> end_;
+};
+
+double medianOf(std::vector<double> samples) {
+    const auto middle = samples.begin() + static_cast<std::ptrdiff_t>(samples.size() / 2);
+    std::nth_element(samples.begin(), middle, samples.end());
+    return *middle;
+}
+
+/// Some rounds of each, in turn, so that whatever else the machine does falls on both alike.
+void getInFlight(benchmark::State& state) {
+    const int inFlight = static_cast<int>(state.range(0));
+    const int count = inFlight == 1 ? 3000 : 6000;
+    const char* const pool = std::getenv("ZEB_BENCH_POOL");
+    const auto client = zeb::netutils::NetUtilsFactory().createMultiHttpClient(
+        pool == nullptr ? 2U : static_cast<unsigned int>(std::atoi(pool)));
+    RawClient raw;
+    std::vector<double> rates;
+    std::vector<double> cpu;
+    std::vector<double> rawRate;
+    std::vector<double> oursRate;
+    std::vector<double> rawCpu;
+    std::vector<double> oursCpu;
+    bool answered = true;
+    for (auto _ : state) {
+        for (int round = 0; round <= ROUNDS; ++round) {
+            const Cost rawCost = costOf([&] { return raw.run(count, inFlight); });
+            const Cost oursCost =
+                costOf([&] { return std::make_shared<Closed>(*client, count)->run(inFlight); });
+            answered = answered && rawCost.answered && oursCost.answered;
+            if (round == 0) {
+                continue;  // the connections come about
+            }
+            rates.push_back(rawCost.seconds / oursCost.seconds);
+            cpu.push_back(oursCost.cpuSeconds / rawCost.cpuSeconds);
+            rawRate.push_back(count / rawCost.seconds);
+            oursRate.push_back(count / oursCost.seconds);
+            rawCpu.push_back(rawCost.cpuSeconds / count * 1e6);
+            oursCpu.push_back(oursCost.cpuSeconds / count * 1e6);
+        }
+    }
+    if (!answered) {
+        state.SkipWithError("a request failed");
+        return;
+    }
+    state.counters["raw_per_s"] = medianOf(rawRate);
+    state.counters["multi_per_s"] = medianOf(oursRate);
+    state.counters["rate_ratio"] = medianOf(rates);
+    state.counters["raw_cpu_us"] = medianOf(rawCpu);
+    state.counters["multi_cpu_us"] = medianOf(oursCpu);
+    state.counters["cpu_ratio"] = medianOf(cpu);
+}
+
+}  // namespace
+
+BENCHMARK(getInFlight)
+    ->Name("MultiGet1KiB/multi_beside_raw")
+    ->Arg(1)
+    ->Arg(10)
+    ->Arg(100)
+    ->Arg(500)
+    ->UseRealTime()
+    ->Iterations(1);
+
+int main(int argc, char** argv) {
+    server();
+    benchmark::Initialize(&argc, argv);
+    LogController::getInstance()->setLevel(0);
+    if (zeb::netutils::GlobalInit() != 0) {
+        return EXIT_FAILURE;
+    }
+    benchmark::RunSpecifiedBenchmarks();
+    return 0;
+}

@@ -1,0 +1,21 @@
+#include "http/EnqueueClientDataTask.h"
+
+#include "http/RequestProcessing.h"
+
+#include <utility>
+
+namespace zeb::http {
+
+MultiHttpClientImpl::EnqueueClientDataTask::EnqueueClientDataTask(
+    std::shared_ptr<MultiHttpClientData> clientData, std::shared_ptr<RequestProcessing> requestProcessing)
+    : clientData_(std::move(clientData)), requestProcessing_(std::move(requestProcessing)) {}
+
+void MultiHttpClientImpl::EnqueueClientDataTask::execute() {
+    requestProcessing_->enqueueClientData(std::move(clientData_));
+}
+
+std::string MultiHttpClientImpl::EnqueueClientDataTask::name() const {
+    return "zeb::http::MultiHttpClientImpl::EnqueueClientDataTask";
+}
+
+}  // namespace zeb::http

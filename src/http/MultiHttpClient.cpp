@@ -1,0 +1,7 @@
+#include "http/MultiHttpClient.h"
+
+namespace zeb::http {
+
+MultiHttpClient::~MultiHttpClient() = default;
+
+}  // namespace zeb::http

@@ -1,0 +1,45 @@
+#pragma once
+
+#include "core/Mutex.h"
+
+#include <atomic>
+#include <vector>
+
+/// Stands between the multi client and libcurl's multi interface, its idle wait and the start of its threads,
+/// whatever thread calls: the linker sends these calls here first (--wrap).
+namespace zeb::http::test {
+
+/// While it lives, its fields hold; one at a time. Counts of failures are used up call by call.
+class MultiCurlSeam {
+public:
+    MultiCurlSeam();
+    ~MultiCurlSeam();
+    MultiCurlSeam(const MultiCurlSeam&) = delete;
+    MultiCurlSeam& operator=(const MultiCurlSeam&) = delete;
+
+    std::atomic<int> failingAdds{0};
+    std::atomic<int> failingWaits{0};
+    std::atomic<int> failingRemoves{0};
+    std::atomic<int> oddMessages{0};
+    /// A `CURLMcode` that perform answers with, once, after its work; 0 for none.
+    std::atomic<int> performCode{0};
+    std::atomic<int> longestWaitMs{20000};  ///< a wait is cut to that
+    std::atomic<int> expiringIdleWaits{0};  ///< idle waits whose time is over at once
+    std::atomic<int> failingThread{0};      ///< the thread with that number, from 1, can't be made
+
+    std::atomic<int> adds{0};
+    std::atomic<int> removes{0};
+    std::atomic<int> performs{0};
+    std::atomic<int> idleWaits{0};
+    /// What the waits of both kinds were asked for, in milliseconds.
+    std::vector<int> waits() const;
+    std::vector<long> idleTimes() const;
+
+private:
+    friend struct MultiCurlSeamCalls;
+    mutable Mutex mutex_;  ///< guards what follows
+    std::vector<int> waits_;
+    std::vector<long> idleTimes_;
+};
+
+}  // namespace zeb::http::test
