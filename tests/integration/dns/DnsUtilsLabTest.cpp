@@ -46,6 +46,9 @@ protected:
         resolver_ = std::make_unique<OwnFile>("/etc/resolv.conf", contents);
     }
     void useHosts(const std::string& contents) { hosts_ = std::make_unique<OwnFile>("/etc/hosts", contents); }
+    void useSources(const std::string& contents) {
+        sources_ = std::make_unique<OwnFile>("/etc/nsswitch.conf", contents);
+    }
 
     Result queryServices(const std::string& name = SERVICE) {
         return DnsUtils::executeSRVRecordQuery(name, services_);
@@ -62,6 +65,7 @@ protected:
     std::vector<AAAARecord> aaaa_;
     std::unique_ptr<OwnFile> resolver_;
     std::unique_ptr<OwnFile> hosts_;
+    std::unique_ptr<OwnFile> sources_;
 };
 
 // --- Every kind of answer ---------------------------------------------------------------------------------
@@ -284,6 +288,36 @@ TEST_F(DnsUtilsLabTest, TheHostsFileComesBeforeDnsAndHasNoTimesToLive) {
     ASSERT_EQ(queryAaaa(), DnsQueryResult::SUCCESS);
     EXPECT_EQ(aaaa_.at(0).getIP6Address(), "2001:db8::55");
     EXPECT_EQ(queryServices("edge-a.corp.test"), DnsQueryResult::SERVER_FAILURE) << "DNS alone has those";
+}
+
+TEST_F(DnsUtilsLabTest, TheHostsFileComesFirstWhateverServiceTheSystemAsksInPlaceOfDns) {
+    useHosts("192.0.2.55 edge-a.corp.test\n");
+    for (const char* sources :
+         {"hosts: files dns\n", "hosts:files\tmdns4_minimal [NOTFOUND=return] dns\n",
+          "passwd: files\n hosts: mymachines resolve [!UNAVAIL=return] files myhostname dns # as ever\n",
+          "hosts: resolve [!UNAVAIL=return] dns\n", "hosts: files\n", "hosts: myhostname\n", "# hosts: dns\n",
+          ""}) {
+        useSources(sources);
+        EXPECT_EQ(queryA(), DnsQueryResult::SUCCESS) << sources;
+        ASSERT_THAT(a_, SizeIs(1)) << sources;
+        EXPECT_EQ(a_[0].getIP4Address(), "192.0.2.55") << sources;
+        sources_.reset();
+    }
+}
+
+TEST_F(DnsUtilsLabTest, TheSystemMayPutDnsBeforeTheHostsFileOrLeaveOneOfThemOut) {
+    useHosts("192.0.2.55 edge-a.corp.test\n192.0.2.56 nothing.corp.test\n");
+    useSources("hosts: dns files\n");
+    ASSERT_EQ(queryA(), DnsQueryResult::SUCCESS);
+    EXPECT_EQ(a_.at(0).getIP4Address(), "127.0.0.1");
+    ASSERT_EQ(queryA("nothing.corp.test"), DnsQueryResult::SUCCESS);
+    EXPECT_EQ(a_.at(0).getIP4Address(), "192.0.2.56");
+    sources_->write("hosts: dns\n");
+    EXPECT_EQ(queryA("nothing.corp.test"), DnsQueryResult::DOMAIN_DOES_NOT_EXIST);
+    sources_->write("hosts: files\n");
+    EXPECT_EQ(queryA("nothing.corp.test"), DnsQueryResult::SUCCESS);
+    EXPECT_NE(queryA("edge-b.corp.test"), DnsQueryResult::SUCCESS);
+    EXPECT_EQ(queryServices(), DnsQueryResult::SUCCESS) << "DNS alone has those";
 }
 
 TEST_F(DnsUtilsLabTest, LocalhostNeedsNeitherAHostsFileNorDns) {

@@ -4,13 +4,20 @@
 
 #include <arpa/inet.h>
 #include <atomic>
+#include <cerrno>
 #include <chrono>
+#include <cstddef>
+#include <iterator>
+#include <linux/filter.h>
+#include <linux/seccomp.h>
 #include <memory>
 #include <netinet/in.h>
 #include <ostream>
 #include <sstream>
 #include <string>
+#include <sys/prctl.h>
 #include <sys/socket.h>
+#include <sys/syscall.h>
 #include <thread>
 #include <unistd.h>
 #include <vector>
@@ -469,6 +476,48 @@ TEST_F(DnsUtilsTest, AnAnswerOfAFewBytesIsNoAnswer) {
     serve([](const DnsQuestion& question) { return question.raw.substr(0, 5); });
     DnsUtils::setTimeout(milliseconds(100));
     EXPECT_EQ(queryServices(), DnsQueryResult::TIME_OUT);
+}
+
+/// From now on a system call of the calling thread fails with that error, and does nothing.
+bool failSystemCall(unsigned int call, unsigned int error) {
+    const unsigned int fail = SECCOMP_RET_ERRNO | error;
+    sock_filter steps[] = {BPF_STMT(BPF_LD | BPF_W | BPF_ABS, offsetof(seccomp_data, nr)),
+                           BPF_JUMP(BPF_JMP | BPF_JEQ | BPF_K, call, 0, 1), BPF_STMT(BPF_RET | BPF_K, fail),
+                           BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_ALLOW)};
+    const sock_fprog program{std::size(steps), steps};
+    return ::prctl(PR_SET_NO_NEW_PRIVS, 1, 0, 0, 0) == 0 &&
+           ::prctl(PR_SET_SECCOMP, SECCOMP_MODE_FILTER, &program) == 0;
+}
+
+TEST_F(DnsUtilsTest, EachErrorThatMeansThatNoWayLeadsToTheServerIsNoNetworkAndAnyOtherIsNot) {
+    struct Row {
+        unsigned int call;
+        int error;
+        Result result;
+    };
+    serve([](const DnsQuestion&) { return std::nullopt; });
+    const auto query = [this](const Row& row, bool& isPossible) {
+        isPossible = failSystemCall(row.call, static_cast<unsigned int>(row.error));
+        if (isPossible) {
+            EXPECT_EQ(queryServices(), row.result) << row.error;
+            EXPECT_EQ(queryA(), row.result) << row.error;
+        }
+    };
+    for (const Row& row : {Row{SYS_connect, ENETUNREACH, DnsQueryResult::NO_NETWORK},
+                           Row{SYS_connect, EHOSTUNREACH, DnsQueryResult::NO_NETWORK},
+                           Row{SYS_connect, ENETDOWN, DnsQueryResult::NO_NETWORK},
+                           Row{SYS_connect, EHOSTDOWN, DnsQueryResult::NO_NETWORK},
+                           Row{SYS_connect, EADDRNOTAVAIL, DnsQueryResult::NO_NETWORK},
+                           Row{SYS_connect, ENONET, DnsQueryResult::NO_NETWORK},
+                           Row{SYS_socket, EAFNOSUPPORT, DnsQueryResult::NO_NETWORK},
+                           Row{SYS_socket, EMFILE, DnsQueryResult::SERVER_FAILURE},
+                           Row{SYS_connect, EACCES, DnsQueryResult::SERVER_FAILURE}}) {
+        bool isPossible = false;
+        std::thread([&] { query(row, isPossible); }).join();
+        if (!isPossible) {
+            GTEST_SKIP() << "system calls can't be made to fail here";
+        }
+    }
 }
 
 // --- Several servers --------------------------------------------------------------------------------------
