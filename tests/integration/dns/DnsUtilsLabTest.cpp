@@ -42,13 +42,9 @@ protected:
         LabTest::TearDown();
     }
 
-    void useResolver(const std::string& contents) {
-        resolver_ = std::make_unique<OwnFile>("/etc/resolv.conf", contents);
-    }
-    void useHosts(const std::string& contents) { hosts_ = std::make_unique<OwnFile>("/etc/hosts", contents); }
-    void useSources(const std::string& contents) {
-        sources_ = std::make_unique<OwnFile>("/etc/nsswitch.conf", contents);
-    }
+    void useResolver(const std::string& contents) { replace(resolver_, "/etc/resolv.conf", contents); }
+    void useHosts(const std::string& contents) { replace(hosts_, "/etc/hosts", contents); }
+    void useSources(const std::string& contents) { replace(sources_, "/etc/nsswitch.conf", contents); }
 
     Result queryServices(const std::string& name = SERVICE) {
         return DnsUtils::executeSRVRecordQuery(name, services_);
@@ -66,6 +62,13 @@ protected:
     std::unique_ptr<OwnFile> resolver_;
     std::unique_ptr<OwnFile> hosts_;
     std::unique_ptr<OwnFile> sources_;
+
+private:
+    /// The former one goes first: of two at one path the end of either uncovers the other.
+    static void replace(std::unique_ptr<OwnFile>& file, const char* path, const std::string& contents) {
+        file.reset();
+        file = std::make_unique<OwnFile>(path, contents);
+    }
 };
 
 // --- Every kind of answer ---------------------------------------------------------------------------------
@@ -205,7 +208,6 @@ TEST_F(DnsUtilsLabTest, AMachineWithoutAServerToAskHasNoNetwork) {
         useResolver(contents);
         EXPECT_EQ(queryServices(), DnsQueryResult::NO_NETWORK) << contents;
         EXPECT_EQ(queryA(), DnsQueryResult::NO_NETWORK) << contents;
-        resolver_.reset();
     }
 }
 
@@ -235,7 +237,6 @@ TEST_F(DnsUtilsLabTest, TheNextServerHelpsWhateverIsWrongWithTheFirst) {
         EXPECT_EQ(queryServices(), DnsQueryResult::SUCCESS) << first;
         EXPECT_EQ(queryA(), DnsQueryResult::SUCCESS) << first;
         EXPECT_EQ(queryAaaa("only-six.corp.test"), DnsQueryResult::SUCCESS) << first;
-        resolver_.reset();
     }
 }
 
@@ -301,7 +302,6 @@ TEST_F(DnsUtilsLabTest, TheHostsFileComesFirstWhateverServiceTheSystemAsksInPlac
         EXPECT_EQ(queryA(), DnsQueryResult::SUCCESS) << sources;
         ASSERT_THAT(a_, SizeIs(1)) << sources;
         EXPECT_EQ(a_[0].getIP4Address(), "192.0.2.55") << sources;
-        sources_.reset();
     }
 }
 
