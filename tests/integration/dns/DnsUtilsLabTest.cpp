@@ -307,7 +307,7 @@ TEST_F(DnsUtilsLabTest, TheHostsFileComesFirstWhateverServiceTheSystemAsksInPlac
 
 TEST_F(DnsUtilsLabTest, TheSystemMayPutDnsBeforeTheHostsFileOrLeaveOneOfThemOut) {
     useHosts("192.0.2.55 edge-a.corp.test\n192.0.2.56 nothing.corp.test\n");
-    useSources("networks: resolve files\nhosts: dns files\n");
+    useSources("networks: resolve files\nhosts: dns files # resolve\n");
     ASSERT_EQ(queryA(), DnsQueryResult::SUCCESS);
     EXPECT_EQ(a_.at(0).getIP4Address(), "127.0.0.1");
     ASSERT_EQ(queryA("nothing.corp.test"), DnsQueryResult::SUCCESS);
