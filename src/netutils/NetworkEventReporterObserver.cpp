@@ -46,6 +46,7 @@ void NetworkEventReporterObserver::onNetworkEvent(const std::string& eventName) 
     callbacks_.remove_if(evaluateWeakPointerPredicate);
 }
 
+// NOLINTNEXTLINE(performance-unnecessary-value-param): hosts override it, and an override may keep it
 void NetworkEventReporterObserver::registerForNetworkEvents(std::shared_ptr<NetworkEventCallback> callback) {
     const ScopedLock lock(mutex_);
     callbacks_.push_back(callback);

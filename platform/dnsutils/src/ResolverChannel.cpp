@@ -85,7 +85,7 @@ int firstWait(std::chrono::milliseconds timeout, std::size_t count) {
 
 bool isNoWay(int error) {
     return error == ENETUNREACH || error == EHOSTUNREACH || error == ENETDOWN || error == EHOSTDOWN ||
-           error == EADDRNOTAVAIL || error == ENONET;
+           error == EADDRNOTAVAIL || error == ENONET || error == EAFNOSUPPORT;
 }
 
 std::chrono::milliseconds toMilliseconds(const timeval& time) {
@@ -105,6 +105,11 @@ ResolverChannel::ResolverChannel(const ResolverSettings& settings, Search search
     int mask = ARES_OPT_TIMEOUTMS | ARES_OPT_TRIES | ARES_OPT_SOCK_STATE_CB;
     if (search == Search::AS_IT_IS) {
         mask |= ARES_OPT_DOMAINS;  // none
+    }
+    std::string fileBeforeDns = "fb";
+    if (systemAsksItsResolver()) {
+        options.lookups = fileBeforeDns.data();
+        mask |= ARES_OPT_LOOKUPS;
     }
     // NOLINTEND(hicpp-signed-bitwise)
     if (ares_init_options(&channel_, &options, mask) != ARES_SUCCESS) {

@@ -59,6 +59,20 @@ std::size_t countSystemServers() {
     return count;
 }
 
+/// True for a line "hosts: ... resolve ...".
+bool namesResolverForHosts(std::string line) {
+    line.resize(std::min(line.find('#'), line.size()));
+    std::istringstream words(line);
+    std::string database;
+    std::getline(words >> std::ws, database, ':');
+    for (std::string service; words >> service;) {
+        if (service == "resolve") {
+            return database == "hosts";
+        }
+    }
+    return false;
+}
+
 }  // namespace
 
 bool isListOfServers(const std::string& servers) {
@@ -80,6 +94,16 @@ std::size_t countServers(const std::string& servers) {
         return countSystemServers();
     }
     return static_cast<std::size_t>(std::count(servers.begin(), servers.end(), ',')) + 1;
+}
+
+bool systemAsksItsResolver() {
+    std::ifstream file("/etc/nsswitch.conf");
+    for (std::string line; std::getline(file, line);) {
+        if (namesResolverForHosts(line)) {
+            return true;
+        }
+    }
+    return false;
 }
 
 }  // namespace zeb::dns

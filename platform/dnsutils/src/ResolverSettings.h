@@ -20,4 +20,8 @@ bool isListOfServers(const std::string& servers);
 /// How many servers such a list has; for an empty one, how many /etc/resolv.conf names.
 std::size_t countServers(const std::string& servers);
 
+/// True when /etc/nsswitch.conf has hosts looked for by systemd's resolver ("resolve"). That one goes by the
+/// hosts file before it asks DNS, whatever else the line names; c-ares takes it for DNS alone.
+bool systemAsksItsResolver();
+
 }  // namespace zeb::dns

@@ -42,10 +42,9 @@ protected:
         LabTest::TearDown();
     }
 
-    void useResolver(const std::string& contents) {
-        resolver_ = std::make_unique<OwnFile>("/etc/resolv.conf", contents);
-    }
-    void useHosts(const std::string& contents) { hosts_ = std::make_unique<OwnFile>("/etc/hosts", contents); }
+    void useResolver(const std::string& contents) { replace(resolver_, "/etc/resolv.conf", contents); }
+    void useHosts(const std::string& contents) { replace(hosts_, "/etc/hosts", contents); }
+    void useSources(const std::string& contents) { replace(sources_, "/etc/nsswitch.conf", contents); }
 
     Result queryServices(const std::string& name = SERVICE) {
         return DnsUtils::executeSRVRecordQuery(name, services_);
@@ -62,6 +61,14 @@ protected:
     std::vector<AAAARecord> aaaa_;
     std::unique_ptr<OwnFile> resolver_;
     std::unique_ptr<OwnFile> hosts_;
+    std::unique_ptr<OwnFile> sources_;
+
+private:
+    /// The former one goes first: of two at one path the end of either uncovers the other.
+    static void replace(std::unique_ptr<OwnFile>& file, const char* path, const std::string& contents) {
+        file.reset();
+        file = std::make_unique<OwnFile>(path, contents);
+    }
 };
 
 // --- Every kind of answer ---------------------------------------------------------------------------------
@@ -201,7 +208,6 @@ TEST_F(DnsUtilsLabTest, AMachineWithoutAServerToAskHasNoNetwork) {
         useResolver(contents);
         EXPECT_EQ(queryServices(), DnsQueryResult::NO_NETWORK) << contents;
         EXPECT_EQ(queryA(), DnsQueryResult::NO_NETWORK) << contents;
-        resolver_.reset();
     }
 }
 
@@ -231,7 +237,6 @@ TEST_F(DnsUtilsLabTest, TheNextServerHelpsWhateverIsWrongWithTheFirst) {
         EXPECT_EQ(queryServices(), DnsQueryResult::SUCCESS) << first;
         EXPECT_EQ(queryA(), DnsQueryResult::SUCCESS) << first;
         EXPECT_EQ(queryAaaa("only-six.corp.test"), DnsQueryResult::SUCCESS) << first;
-        resolver_.reset();
     }
 }
 
@@ -284,6 +289,35 @@ TEST_F(DnsUtilsLabTest, TheHostsFileComesBeforeDnsAndHasNoTimesToLive) {
     ASSERT_EQ(queryAaaa(), DnsQueryResult::SUCCESS);
     EXPECT_EQ(aaaa_.at(0).getIP6Address(), "2001:db8::55");
     EXPECT_EQ(queryServices("edge-a.corp.test"), DnsQueryResult::SERVER_FAILURE) << "DNS alone has those";
+}
+
+TEST_F(DnsUtilsLabTest, TheHostsFileComesFirstWhateverServiceTheSystemAsksInPlaceOfDns) {
+    useHosts("192.0.2.55 edge-a.corp.test\n");
+    for (const char* sources :
+         {"hosts: files dns\n", "hosts:files\tmdns4_minimal [NOTFOUND=return] dns\n",
+          "passwd: files\n hosts: mymachines resolve [!UNAVAIL=return] files myhostname dns # as ever\n",
+          "hosts: resolve [!UNAVAIL=return] dns\n", "hosts: files\n", "hosts: myhostname\n", "# hosts: dns\n",
+          ""}) {
+        useSources(sources);
+        EXPECT_EQ(queryA(), DnsQueryResult::SUCCESS) << sources;
+        ASSERT_THAT(a_, SizeIs(1)) << sources;
+        EXPECT_EQ(a_[0].getIP4Address(), "192.0.2.55") << sources;
+    }
+}
+
+TEST_F(DnsUtilsLabTest, TheSystemMayPutDnsBeforeTheHostsFileOrLeaveOneOfThemOut) {
+    useHosts("192.0.2.55 edge-a.corp.test\n192.0.2.56 nothing.corp.test\n");
+    useSources("networks: resolve files\nhosts: dns files # resolve\n");
+    ASSERT_EQ(queryA(), DnsQueryResult::SUCCESS);
+    EXPECT_EQ(a_.at(0).getIP4Address(), "127.0.0.1");
+    ASSERT_EQ(queryA("nothing.corp.test"), DnsQueryResult::SUCCESS);
+    EXPECT_EQ(a_.at(0).getIP4Address(), "192.0.2.56");
+    sources_->write("hosts: dns\n");
+    EXPECT_EQ(queryA("nothing.corp.test"), DnsQueryResult::DOMAIN_DOES_NOT_EXIST);
+    sources_->write("hosts: files\n");
+    EXPECT_EQ(queryA("nothing.corp.test"), DnsQueryResult::SUCCESS);
+    EXPECT_NE(queryA("edge-b.corp.test"), DnsQueryResult::SUCCESS);
+    EXPECT_EQ(queryServices(), DnsQueryResult::SUCCESS) << "DNS alone has those";
 }
 
 TEST_F(DnsUtilsLabTest, LocalhostNeedsNeitherAHostsFileNorDns) {

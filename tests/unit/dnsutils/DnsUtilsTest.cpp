@@ -1,16 +1,24 @@
 #include "dnsutils/DnsUtils.h"
 #include "dnsutils/DnsUtilsImpl.h"
+#include "dnsutils/src/ResolverSettings.h"
 #include "support/LoopbackDnsServer.h"
 
 #include <arpa/inet.h>
 #include <atomic>
+#include <cerrno>
 #include <chrono>
+#include <cstddef>
+#include <cstdint>
+#include <linux/filter.h>
+#include <linux/seccomp.h>
 #include <memory>
 #include <netinet/in.h>
 #include <ostream>
 #include <sstream>
 #include <string>
+#include <sys/prctl.h>
 #include <sys/socket.h>
+#include <sys/syscall.h>
 #include <thread>
 #include <unistd.h>
 #include <vector>
@@ -221,6 +229,17 @@ TEST_F(DnsUtilsTest, RecordsOfOtherTypesAmongTheAnswersAreLeftOut) {
     EXPECT_THAT(services(), ElementsAre("1 1 1 edge.corp.example 1"));
 }
 
+TEST_F(DnsUtilsTest, ARecordOfAnotherClassIsLeftOut) {
+    serve([](const DnsQuestion& question) {
+        std::string answer = DnsAnswer(question).srv(1, 1, 1, "edge.corp.example", 1).bytes();
+        const std::size_t endOfOwner = question.raw.size() + DnsAnswer::wireName(question.name).size();
+        answer[endOfOwner + 3] = 3;  // behind the type
+        return answer;
+    });
+    EXPECT_EQ(queryServices(), DnsQueryResult::NO_RECORDS);
+    EXPECT_THAT(services_, IsEmpty());
+}
+
 TEST_F(DnsUtilsTest, ATimeToLiveWithTheHighestBitCountsAsZero) {
     serve([](const DnsQuestion& question) {
         return (question.type == DnsQuestion::SRV
@@ -321,7 +340,8 @@ TEST_F(DnsUtilsTest, ATargetThatIsTheRootSaysThatThereIsNoService) {
 // --- Failures ---------------------------------------------------------------------------------------------
 
 TEST_F(DnsUtilsTest, AServerThatFailsOrRefusesIsAFailureOfTheServer) {
-    for (const unsigned int code : {DnsAnswer::SERVFAIL, 4U /* not implemented */, DnsAnswer::REFUSED}) {
+    for (const unsigned int code :
+         {1U /* doesn't understand */, DnsAnswer::SERVFAIL, 4U /* not implemented */, DnsAnswer::REFUSED}) {
         serve([code](const DnsQuestion& question) { return DnsAnswer(question).code(code).bytes(); });
         EXPECT_EQ(queryServices(), DnsQueryResult::SERVER_FAILURE) << code;
         EXPECT_EQ(queryA(), DnsQueryResult::SERVER_FAILURE) << code;
@@ -471,6 +491,114 @@ TEST_F(DnsUtilsTest, AnAnswerOfAFewBytesIsNoAnswer) {
     EXPECT_EQ(queryServices(), DnsQueryResult::TIME_OUT);
 }
 
+/// From now on the calling thread's system calls go through that filter.
+template <std::size_t SIZE>
+bool filterSystemCalls(sock_filter (&steps)[SIZE]) {
+    const sock_fprog program{SIZE, steps};
+    return ::prctl(PR_SET_NO_NEW_PRIVS, 1, 0, 0, 0) == 0 &&
+           ::prctl(PR_SET_SECCOMP, SECCOMP_MODE_FILTER, &program) == 0;
+}
+
+/// From now on a system call of the calling thread fails with that error, and does nothing.
+bool failSystemCall(unsigned int call, unsigned int error) {
+    const unsigned int fail = SECCOMP_RET_ERRNO | error;
+    sock_filter steps[] = {BPF_STMT(BPF_LD | BPF_W | BPF_ABS, offsetof(seccomp_data, nr)),
+                           BPF_JUMP(BPF_JMP | BPF_JEQ | BPF_K, call, 0, 1), BPF_STMT(BPF_RET | BPF_K, fail),
+                           BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_ALLOW)};
+    return filterSystemCalls(steps);
+}
+
+/// From now on a system call of the calling thread fails unless that argument of it has all those flags.
+bool demandFlags(unsigned int call, unsigned int argument, unsigned int flags) {
+    const auto at =
+        static_cast<unsigned int>(offsetof(seccomp_data, args) + argument * sizeof(std::uint64_t));
+    sock_filter steps[] = {BPF_STMT(BPF_LD | BPF_W | BPF_ABS, offsetof(seccomp_data, nr)),
+                           BPF_JUMP(BPF_JMP | BPF_JEQ | BPF_K, call, 0, 4),
+                           BPF_STMT(BPF_LD | BPF_W | BPF_ABS, at),
+                           BPF_STMT(BPF_ALU | BPF_AND | BPF_K, flags),
+                           BPF_JUMP(BPF_JMP | BPF_JEQ | BPF_K, flags, 1, 0),
+                           BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_ERRNO | EPERM),
+                           BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_ALLOW)};
+    return filterSystemCalls(steps);
+}
+
+TEST_F(DnsUtilsTest, EachErrorThatMeansThatNoWayLeadsToTheServerIsNoNetworkAndAnyOtherIsNot) {
+    struct Row {
+        unsigned int call;
+        int error;
+        Result result;
+    };
+    serve([](const DnsQuestion&) { return std::nullopt; });
+    const auto query = [this](const Row& row, bool& isPossible) {
+        isPossible = failSystemCall(row.call, static_cast<unsigned int>(row.error));
+        if (isPossible) {
+            EXPECT_EQ(queryServices(), row.result) << row.error;
+            EXPECT_EQ(queryA(), row.result) << row.error;
+        }
+    };
+    for (const Row& row : {Row{SYS_connect, ENETUNREACH, DnsQueryResult::NO_NETWORK},
+                           Row{SYS_connect, EHOSTUNREACH, DnsQueryResult::NO_NETWORK},
+                           Row{SYS_connect, ENETDOWN, DnsQueryResult::NO_NETWORK},
+                           Row{SYS_connect, EHOSTDOWN, DnsQueryResult::NO_NETWORK},
+                           Row{SYS_connect, EADDRNOTAVAIL, DnsQueryResult::NO_NETWORK},
+                           Row{SYS_connect, ENONET, DnsQueryResult::NO_NETWORK},
+                           Row{SYS_socket, EAFNOSUPPORT, DnsQueryResult::NO_NETWORK},
+                           Row{SYS_socket, EMFILE, DnsQueryResult::SERVER_FAILURE},
+                           Row{SYS_connect, EACCES, DnsQueryResult::SERVER_FAILURE}}) {
+        bool isPossible = false;
+        std::thread([&] { query(row, isPossible); }).join();
+        if (!isPossible) {
+            GTEST_SKIP() << "system calls can't be made to fail here";
+        }
+    }
+}
+
+/// A server that closes its connection must not end the process, and a program that the host starts must not
+/// inherit our sockets.
+TEST_F(DnsUtilsTest, NoSocketRaisesASignalOrIsInherited) {
+    serve([](const DnsQuestion& question) {
+        return (question.overTcp ? DnsAnswer(question).srv(1, 1, 1, "edge.corp.example", 1)
+                                 : DnsAnswer(question).truncated())
+            .bytes();
+    });
+    bool isPossible = false;
+    std::thread([&] {
+        isPossible = demandFlags(SYS_socket, 1, SOCK_CLOEXEC | SOCK_NONBLOCK) &&
+                     demandFlags(SYS_sendmsg, 2, MSG_NOSIGNAL) && failSystemCall(SYS_sendto, EPERM) &&
+                     failSystemCall(SYS_writev, EPERM);
+        if (isPossible) {
+            EXPECT_EQ(queryServices(), DnsQueryResult::SUCCESS);
+        }
+    }).join();
+    if (!isPossible) {
+        GTEST_SKIP() << "system calls can't be made to fail here";
+    }
+}
+
+// --- The time ---------------------------------------------------------------------------------------------
+
+TEST_F(DnsUtilsTest, ATimeOfZeroOrLessBringsTheUsualFiveSecondsBack) {
+    EXPECT_EQ(ResolverSettings().timeout, std::chrono::seconds(5));
+    serve([](const DnsQuestion& question) {
+        std::this_thread::sleep_for(milliseconds(150));
+        return DnsAnswer(question).srv(1, 1, 1, "edge.corp.example", 1).bytes();
+    });
+    for (const auto time : {milliseconds(0), milliseconds(-1), milliseconds::min()}) {
+        DnsUtils::setTimeout(milliseconds(20));
+        EXPECT_EQ(queryServices(), DnsQueryResult::TIME_OUT);
+        DnsUtils::setTimeout(time);
+        EXPECT_EQ(queryServices(), DnsQueryResult::SUCCESS) << time.count();
+    }
+}
+
+TEST_F(DnsUtilsTest, ATimeBeyondWhatAClockCanAddIsALongOne) {
+    serve([](const DnsQuestion& question) {
+        return DnsAnswer(question).srv(1, 1, 1, "edge.corp.example", 1).bytes();
+    });
+    DnsUtils::setTimeout(milliseconds::max());
+    EXPECT_EQ(queryServices(), DnsQueryResult::SUCCESS);
+}
+
 // --- Several servers --------------------------------------------------------------------------------------
 
 class DnsServersTest : public DnsUtilsTest {
@@ -585,6 +713,8 @@ TEST_F(DnsNamesTest, ANameThatNoQuestionCanCarryIsInvalid) {
                              "\0"s,
                              "a\0b.example"s,
                              "a.example\0"s,
+                             "127.0.0.1\0"s,
+                             "::1\0.example"s,
                              " "s,
                              "a b.example"s,
                              "a\nb"s,

@@ -113,6 +113,16 @@ TEST_F(ConnectionInformationTest, PortsBeyondTheRangeAreRefusedBeforeAHandleIsMa
         4U);
 }
 
+TEST_F(ConnectionInformationTest, TheFirstAndTheLastPortPass) {
+    ConnectionSeam seam;
+    seam.performing = CURLE_OK;
+    for (const unsigned long port : {1UL, 65535UL}) {
+        const CurlOptionSpy spy;
+        EXPECT_EQ(connect("127.0.0.1", port).result, R::Success) << port;
+        EXPECT_EQ(spy.last(CURLOPT_PORT)->number(), static_cast<long>(port));
+    }
+}
+
 TEST_F(ConnectionInformationTest, ATimeoutBeyondTheGreatestSignedNumberIsRefusedBeforeThePort) {
     const ConnectionSeam seam;
     for (const unsigned long timeout : {9223372036854775808UL, std::numeric_limits<unsigned long>::max()}) {
@@ -350,7 +360,8 @@ TEST_F(ConnectionInformationTest, TheFirstOptionThatFailsEndsItWithItsOwnText) {
         log_.clear();
         EXPECT_EQ(connect("127.0.0.1", 8443).result, R::ErrorInternal) << row.what;
         EXPECT_EQ(spy.calls().size(), number + 1) << row.what;
-        EXPECT_TRUE(log_.contains("Curl was unable to set the " + row.what + " option on the request: 27"))
+        EXPECT_TRUE(log_.contains(ZEBLOG_ERROR,
+                                  "Curl was unable to set the " + row.what + " option on the request: 27"))
             << row.what;
     }
 }
@@ -439,6 +450,8 @@ TEST_F(FamilyTest, AStaticPolicyStaysWhateverTheDefaultsBecome) {
         IpFamilyPreferencePolicy::IPV4_ONLY_POLICY);
     common::DefaultPoliciesStore::setPolicy(IpFamilyPreferencePolicy::IPV6_ONLY_POLICY);
     EXPECT_EQ(resolveOption(V::DUAL_STACK), CURL_IPRESOLVE_V4);
+    information_->onDefaultPoliciesStoreUpdate();
+    EXPECT_EQ(resolveOption(V::DUAL_STACK), CURL_IPRESOLVE_V4) << "it doesn't follow, whoever tells it";
 }
 
 TEST_F(FamilyTest, AStaticPolicyWinsOverTheDefaultsOfBefore) {
@@ -578,8 +591,10 @@ TEST_F(ConnectionProxyTest, AHostThatBeginsWithHttpIsAskedForAsItStands) {
     seam.performing = CURLE_OK;
     connect("httpd.example", 80, V::DUAL_STACK, true);
     connect("HTTP.example", 80, V::DUAL_STACK, true);
+    connect("a.http.example", 80, V::DUAL_STACK, true);
     connect("::1", 80, V::DUAL_STACK, true);
-    EXPECT_THAT(reader_->asked, ElementsAre("httpd.example", "http://HTTP.example", "http://[::1]"));
+    EXPECT_THAT(reader_->asked,
+                ElementsAre("httpd.example", "http://HTTP.example", "http://a.http.example", "http://[::1]"));
 }
 
 }  // namespace

@@ -10,6 +10,7 @@
 #include <fstream>
 #include <functional>
 #include <future>
+#include <iterator>
 #include <memory>
 #include <string>
 #include <system_error>
@@ -168,6 +169,18 @@ TEST_F(NetworkEventReporterTest, StopDropsWhatIsQueuedAndTheNextReportStillWorks
     slow.hintHostOsIpInterfaceChanged("the next");
     EXPECT_EQ(gated->record.waitFor(2), (Events{"hintNetworkIsInUse", "hintHostOsIpInterfaceChanged"}));
     EXPECT_TRUE(observer->record.soFar().empty());
+}
+
+std::size_t threadsOfTheProcess() {
+    const std::filesystem::directory_iterator tasks("/proc/self/task");
+    return static_cast<std::size_t>(std::distance(begin(tasks), end(tasks)));
+}
+
+TEST_F(NetworkEventReporterTest, ADisabledReporterHasNoThread) {
+    const std::size_t before = threadsOfTheProcess();
+    NetworkEventReporterImpl::disableNetworkEventReporterForTesting();
+    reportOneOfEach();
+    EXPECT_LE(threadsOfTheProcess(), before);
 }
 
 TEST_F(NetworkEventReporterTest, ADisabledReporterKeepsItsReportsInTheQueue) {

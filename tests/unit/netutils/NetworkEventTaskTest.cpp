@@ -79,6 +79,29 @@ TEST_F(NetworkEventTaskTest, AHintIsLoggedInItsStepsAndGoesNoFurtherBeforeTheEdg
     EXPECT_EQ(log.linesOf("zeb.netutils"), expected);
 }
 
+/// What had been logged when the observer was told.
+class ObserverOfTheLog : public NetworkEventReporterObserver {
+public:
+    explicit ObserverOfTheLog(const LogCapture& log) : log_(log) {}
+
+    Lines before;
+
+    void onNetworkEvent(const std::string& /*eventName*/) override { before = log_.linesOf("zeb.netutils"); }
+
+private:
+    const LogCapture& log_;
+};
+
+TEST_F(NetworkEventTaskTest, TheObserverIsToldBehindTheLabelAndBeforeTheEdgeLayer) {
+    const auto looking = std::make_shared<ObserverOfTheLog>(log);
+    for (const HintCase& row : HINTS) {
+        NetworkEventTask(row.type, row.name, looking).execute();
+        EXPECT_EQ(looking->before.back(), std::string("Event Label:") + row.name);
+    }
+    NetworkEventTask(Type::EDGE_INFRASTRUCTURE_EVENT, "an edge's", looking).execute();
+    EXPECT_EQ(looking->before.back().rfind("Event Label: an edge's", 0), 0U) << looking->before.back();
+}
+
 TEST_F(NetworkEventTaskTest, EachHintHasItsEventForAnInitializedEdgeLayer) {
     const InstalledGlobalEdgeState edge(true, false);
     for (const HintCase& row : HINTS) {
