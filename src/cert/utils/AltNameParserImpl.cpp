@@ -313,7 +313,8 @@ CertIdentifierStatus::Status AltNameParserImpl::verifyDnsNames(const std::string
 }
 
 bool AltNameParserImpl::matchesWildcard(const std::string& identifier, const std::string& name) const {
-    return !ccMode_ &&
+    // "bank\0.evil.test" is the host "bank" to whoever reads it in C, and no label of "*.evil.test".
+    return !ccMode_ && isWholeText(identifier) &&
            checkReferenceIdentifierMatchesWildcardName(identifier, name) == CertIdentifierStatus::SUCCESS;
 }
 

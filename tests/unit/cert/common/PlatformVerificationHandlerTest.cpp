@@ -187,6 +187,16 @@ TEST_F(HandlerTest, AFailureWithNothingWrongStaysOneWithoutAPolicyBeingAsked) {
     EXPECT_FALSE(log_.contains("The policy has to be enforced."));
 }
 
+TEST_F(HandlerTest, AFailureWithNothingWrongWithTheChainWarnsNobody) {
+    const auto host = registerHost();
+    use(Prompting().build());
+    for (const Statuses& statuses : {Statuses{}, Statuses{CertStatus::VALID}}) {
+        EXPECT_EQ(synchronously(failed(statuses)).result, CertResult::FAILURE);
+    }
+    EXPECT_THAT(host->asked(), IsEmpty());
+    EXPECT_THAT(host->reports(), IsEmpty());
+}
+
 TEST_F(HandlerTest, APolicyThatSilentlyFailsWarnsNobody) {
     const auto host = registerHost();
     use(InvalidCertManagementPolicy::SILENTLY_FAIL_POLICY);

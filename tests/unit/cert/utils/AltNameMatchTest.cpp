@@ -219,6 +219,13 @@ TEST_F(AltNameMatchTest, AnIdentifierWithANulMatchesNoName) {
               NO_MATCH_FOUND);
 }
 
+TEST_F(AltNameMatchTest, AWildcardDoesNotStandForALabelWithANul) {
+    const std::string identifier("bank\0.evil.test", 15);
+    EXPECT_EQ(withDnsNames({"*.evil.test"}).verify(identifier), NO_MATCH_FOUND);
+    EXPECT_EQ(withCommonName("*.evil.test").verify(identifier), NO_MATCH_FOUND);
+    EXPECT_EQ(withDnsNames({"*.evil.test"}).verifyXmpp(identifier), NO_MATCH_FOUND);
+}
+
 TEST_F(AltNameMatchTest, HugeTextsAreCompared) {
     const std::string huge(1000000, 'a');
     EXPECT_EQ(withDnsNames({huge}).verify(std::string(1000000, 'A')), SUCCESS);

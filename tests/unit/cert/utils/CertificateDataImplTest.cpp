@@ -13,6 +13,7 @@
 
 #include <gtest/gtest.h>
 #include <openssl/err.h>
+#include <openssl/x509.h>
 #include <openssl/x509_vfy.h>
 
 namespace zeb::cert::test {
@@ -186,6 +187,23 @@ TEST_F(CertificateDataImplTest, LeavesNoErrorToTheHandshake) {
     dataOf(CertificateBuilder().dnsNames({"a.test"}).build());
     dataOf(StoreContext(leaf_, {middle_}));
     EXPECT_EQ(ERR_peek_error(), 0U);
+}
+
+TEST_F(CertificateDataImplTest, WhatFailsForACertificateOrItsChainLeavesTheHandshakeOnlyTheErrorOfBefore) {
+    const StoreContext context(leaf_, {middle_});
+    for (const OpenSslCall call : {OpenSslCall::PEM_WRITE, OpenSslCall::BIO_NEW, OpenSslCall::BIO_READ}) {
+        const FailingOpenSslCall failing(call);
+        ERR_clear_error();
+        EXPECT_EQ(dataOf(leaf_).getPem(), Texts{""});
+        EXPECT_EQ(dataOf(context).getPem(), (Texts{"", ""}));
+        EXPECT_EQ(ERR_peek_error(), 0U);
+        d2i_X509(nullptr, nullptr, 0);
+        const unsigned long before = ERR_peek_last_error();
+        ASSERT_NE(before, 0U);
+        dataOf(context);
+        EXPECT_EQ(ERR_peek_last_error(), before);
+    }
+    ERR_clear_error();
 }
 
 TEST_F(CertificateDataImplTest, TheFactoryReadsEverythingACertificateComesIn) {

@@ -202,6 +202,13 @@ TEST_F(KeyUsageParserImplTest, AnyPurposeAloneIsAPurposeWithoutABit) {
     EXPECT_TRUE(log_.contains(", Extended Key Usage in cert: []"));
 }
 
+TEST_F(KeyUsageParserImplTest, AnyPurposeCountsWhereverItStandsInTheList) {
+    parse(withPurposes({ANY_PURPOSE, SERVER_AUTH_OID, "1.2.3.4.5"}));
+    EXPECT_TRUE(parser_.isAnyExtendedKeyUsageSet());
+    EXPECT_TRUE(has(ExtendedKeyUsage::SERVER_AUTH));
+    EXPECT_FALSE(has(ExtendedKeyUsage::CLIENT_AUTH));
+}
+
 TEST_F(KeyUsageParserImplTest, APurposeThatNobodyKnowsIsAPurposeWithoutABit) {
     parse(withPurposes({"1.2.3.4.5"}));
     EXPECT_TRUE(parser_.hasExtendedKeyUsage());

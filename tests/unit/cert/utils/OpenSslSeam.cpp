@@ -3,6 +3,7 @@
 #include <optional>
 
 #include <openssl/bio.h>
+#include <openssl/err.h>
 #include <openssl/pem.h>
 #include <openssl/x509.h>
 #include <openssl/x509v3.h>
@@ -16,8 +17,13 @@ thread_local void* decoded = nullptr;
 
 constexpr int NOT_IMPLEMENTED = -2;
 
+/// What fails leaves an entry in the error queue, as OpenSSL's own failures do.
 bool fails(OpenSslCall call) {
-    return failing == call;
+    if (failing != call) {
+        return false;
+    }
+    ERR_put_error(ERR_LIB_BIO, 0, ERR_R_MALLOC_FAILURE, __FILE__, __LINE__);
+    return true;
 }
 
 }  // namespace
