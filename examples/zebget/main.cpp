@@ -49,7 +49,7 @@ void cancelOnInterrupt(int /*signal*/) {
     for (const std::shared_ptr<Request>& request : runningRequests) {
         request->cancel();
     }
-    std::signal(SIGINT, SIG_DFL);
+    (void)std::signal(SIGINT, SIG_DFL);
 }
 
 HttpClientError::Error enqueue(BasicHttpClient& client, const Arguments& arguments,
@@ -137,11 +137,11 @@ int runHost(const Arguments& arguments) {
         requests.push_back(zebget::makeRequest(arguments, url));
     }
     runningRequests = requests;
-    std::signal(SIGINT, cancelOnInterrupt);
+    (void)std::signal(SIGINT, cancelOnInterrupt);
     const auto began = std::chrono::steady_clock::now();
     const std::vector<Outcome> outcomes = runAll(arguments, requests);
     const std::chrono::duration<double, std::milli> took = std::chrono::steady_clock::now() - began;
-    std::signal(SIGINT, SIG_DFL);
+    (void)std::signal(SIGINT, SIG_DFL);
     runningRequests.clear();
     prompt->finish();
     int exitStatus = 0;

@@ -339,6 +339,12 @@ TEST_F(HeaderCallbackTest, AShortLineThatIsNoEndIsToldOf) {
     EXPECT_TRUE(headers().empty());
 }
 
+TEST_F(HeaderCallbackTest, AShortLineWithAColonIsAHeaderAllTheSame) {
+    EXPECT_EQ(header("x:"), 2U);
+    EXPECT_TRUE(log_.contains("Got header line with unexpected length 2 and content: x:"));
+    EXPECT_EQ(headers(), (HttpHeaders{{"x", ""}}));
+}
+
 TEST_F(HeaderCallbackTest, AStatusLineBeginsANewResponse) {
     header("HTTP/1.1 302 Found\r\n");
     EXPECT_TRUE(log_.contains("Request " + id() + " got status line: HTTP/1.1 302 Found"));
