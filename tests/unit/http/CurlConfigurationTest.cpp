@@ -794,5 +794,18 @@ TEST_F(CurlConfigurationFormTest, APartThatLibcurlRefusesFailsTheConfiguration) 
     EXPECT_FALSE(isSet(CURLOPT_TIMEOUT_MS));
 }
 
+TEST_F(CurlConfigurationFormTest, ATextThatLeavesTheFormEmptyIsToldOf) {
+    add(MultiformPartType::FROM_STRING, "name", "value");
+    {
+        const NoFormParts none;
+        EXPECT_FALSE(configure());
+    }
+    EXPECT_TRUE(log.contains("Items are in fact null."));
+    EXPECT_TRUE(log.contains(ERROR, "Fail to add multiform part - CURLFORMcode: 1"));
+    log.clear();
+    EXPECT_TRUE(configure());
+    EXPECT_FALSE(log.contains("Items are in fact null."));
+}
+
 }  // namespace
 }  // namespace zeb::http::test
