@@ -8,6 +8,7 @@
 #include "MakeRequest.h"
 #include "ProxyPrompt.h"
 #include "RefusedCertificates.h"
+#include "TransferTimes.h"
 #include "cert/common/CertVerifier.h"
 #include "http/BasicHttpClient.h"
 #include "http/HttpRequestOptions.h"
@@ -37,6 +38,7 @@ using zeb::http::HttpClientResult;
 using zeb::http::Request;
 using zebget::Arguments;
 using zebget::ConsoleListener;
+using zebget::TransferTimes;
 using Outcome = ConsoleListener::Outcome;
 
 /// Changed only while no interrupt is handled.
@@ -132,6 +134,7 @@ std::vector<Outcome> runAll(const Arguments& arguments,
 
 int runHost(const Arguments& arguments) {
     const std::shared_ptr<zebget::ProxyPrompt> prompt = answerProxies(arguments);
+    const auto times = arguments.timing ? TransferTimes::listen(arguments.verbose) : nullptr;
     std::vector<std::shared_ptr<Request>> requests;
     for (const std::string& url : arguments.urls) {
         requests.push_back(zebget::makeRequest(arguments, url));
@@ -149,7 +152,10 @@ int runHost(const Arguments& arguments) {
         report(outcomes[i], *requests[i]);
         exitStatus = exitStatus == 0 ? static_cast<int>(outcomes[i].result) : exitStatus;
     }
-    if (arguments.timing) {
+    if (times != nullptr) {
+        for (const std::string& line : times->lines()) {
+            std::cerr << line << "\n";
+        }
         std::cerr << "It took " << took.count() << " ms.\n";
     }
     return exitStatus;
