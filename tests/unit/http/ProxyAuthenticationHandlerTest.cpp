@@ -215,6 +215,7 @@ TEST_F(ProxyAuthenticationHandlerTest, NeitherUserNorPasswordMeansNo) {
     handler_.setProxyCredential(PROXY, "", SecureString());
     EXPECT_TRUE(finished_->waitFor(2));
     EXPECT_TRUE(log_.contains("Retry: 0"));
+    EXPECT_EQ(retried_.use_count(), 1) << "the retries are no longer parked";
     handler_.setProxyCredential(PROXY, "user", SecureString("pass"));
     EXPECT_EQ(retried_->get(), 0) << "a refusal drops the retries";
 }
