@@ -121,7 +121,7 @@ std::unique_ptr<Arguments> parseArguments(int argc, char** argv, int& exitStatus
         ->transform(CLI::CheckedTransformer(INSECURE_POLICIES).description(""));
     app.add_flag("--no-follow", arguments->noFollow, "Redirects are answers");
     app.add_flag("--progress", arguments->progress, "Shows the progress, also where there is no terminal");
-    app.add_flag("--timing", arguments->timing, "Tells how long it took");
+    app.add_flag("--timing", arguments->timing, "Tells how long it took, and each step of it");
     auto* const userOption =
         app.add_option("--user", user, "Basic authentication as USER[:PASSWORD]; asks for a missing password")
             ->type_name("USER");

@@ -27,13 +27,13 @@ void ConsoleListener::onRequestProgress(unsigned int /*requestId*/, zeb::http::P
         return;
     }
     if (progress.total <= 0) {
-        std::fprintf(stderr, "\r%.1f MiB ", progress.transferred / MIB);
+        (void)std::fprintf(stderr, "\r%.1f MiB ", progress.transferred / MIB);
         return;
     }
     const double part = progress.transferred / progress.total;
     const std::string bar(static_cast<std::size_t>(part * BAR_WIDTH), '#');
-    std::fprintf(stderr, "\r[%-*s] %3.0f%% of %.1f MiB%s", BAR_WIDTH, bar.c_str(), part * 100,
-                 progress.total / MIB, progress.transferred == progress.total ? "\n" : "");
+    (void)std::fprintf(stderr, "\r[%-*s] %3.0f%% of %.1f MiB%s", BAR_WIDTH, bar.c_str(), part * 100,
+                       progress.total / MIB, progress.transferred == progress.total ? "\n" : "");
 }
 
 }  // namespace zebget

@@ -9,6 +9,7 @@
 #include "MultiRun.h"
 #include "ProxyPrompt.h"
 #include "RefusedCertificates.h"
+#include "TransferTimes.h"
 #include "cert/common/CertVerifier.h"
 #include "http/BasicHttpClient.h"
 #include "http/HttpRequestOptions.h"
@@ -38,6 +39,7 @@ using zeb::http::HttpClientResult;
 using zeb::http::Request;
 using zebget::Arguments;
 using zebget::ConsoleListener;
+using zebget::TransferTimes;
 using Outcome = ConsoleListener::Outcome;
 
 /// Changed only while no interrupt is handled.
@@ -50,7 +52,7 @@ void cancelOnInterrupt(int /*signal*/) {
     for (const std::shared_ptr<Request>& request : runningRequests) {
         request->cancel();
     }
-    std::signal(SIGINT, SIG_DFL);
+    (void)std::signal(SIGINT, SIG_DFL);
 }
 
 HttpClientError::Error enqueue(BasicHttpClient& client, const Arguments& arguments,
@@ -138,16 +140,17 @@ int runHost(const Arguments& arguments) {
         prompt->finish();
         return status;
     }
+    const auto times = arguments.timing ? TransferTimes::listen(arguments.verbose) : nullptr;
     std::vector<std::shared_ptr<Request>> requests;
     for (const std::string& url : arguments.urls) {
         requests.push_back(zebget::makeRequest(arguments, url));
     }
     runningRequests = requests;
-    std::signal(SIGINT, cancelOnInterrupt);
+    (void)std::signal(SIGINT, cancelOnInterrupt);
     const auto began = std::chrono::steady_clock::now();
     const std::vector<Outcome> outcomes = runAll(arguments, requests);
     const std::chrono::duration<double, std::milli> took = std::chrono::steady_clock::now() - began;
-    std::signal(SIGINT, SIG_DFL);
+    (void)std::signal(SIGINT, SIG_DFL);
     runningRequests.clear();
     prompt->finish();
     int exitStatus = 0;
@@ -155,7 +158,10 @@ int runHost(const Arguments& arguments) {
         report(outcomes[i], *requests[i]);
         exitStatus = exitStatus == 0 ? static_cast<int>(outcomes[i].result) : exitStatus;
     }
-    if (arguments.timing) {
+    if (times != nullptr) {
+        for (const std::string& line : times->lines()) {
+            std::cerr << line << "\n";
+        }
         std::cerr << "It took " << took.count() << " ms.\n";
     }
     return exitStatus;

@@ -617,13 +617,19 @@ void clearIdentityInformationOnRedirect(HttpRequestData& data) {
     }
 }
 
-void takeHeader(HttpRequestData& data, const std::string& line, std::size_t colon) {
+/// Of a line with a colon in it. Behind that one character is taken for the blank, whatever it is.
+HttpHeader buildHeaderPair(const std::string& line) {
+    const std::size_t colon = line.find(':');
     HttpHeader header(line.substr(0, colon), "");
     if (colon + 2 < line.size()) {
         header.second = line.substr(colon + 2);
     } else {
         ZEB_LOG_DEBUG(log::httpClient(), "Unexpected condition: cannot parse header : " << header.first);
     }
+    return header;
+}
+
+void takeHeader(HttpRequestData& data, HttpHeader header) {
     data.headers->push_back(std::move(header));
     const HttpHeader& taken = data.headers->back();
     if (QRMCoreUtils::toUppercase(taken.first) == "LOCATION") {
@@ -646,22 +652,30 @@ void takeStatusLine(HttpRequestData& data, const std::string& line) {
     }
 }
 
+void takeBlocksEnd(const HttpRequestData& data) {
+    ZEB_LOG_DEBUG(log::httpClient(), "Request " << data.formattedRequestID()
+                                                << " got CR-LF pair.  Accumulated headers:"
+                                                << accumulatedHeaders(*data.headers));
+}
+
+/// Without the CR and LF at its end. A line too short to have them is told of, and is looked at as it is.
+std::string withoutItsEnd(std::string_view bytes) {
+    if (bytes.size() > 2) {
+        return std::string(bytes.substr(0, bytes.size() - 2));
+    }
+    ZEB_LOG_WARNING(log::httpClient(),
+                    "Got header line with unexpected length " << bytes.size() << " and content: " << bytes);
+    return std::string(bytes);
+}
+
 void takeHeaderLine(HttpRequestData& data, std::string_view bytes) {
-    if (bytes.size() <= 2) {
-        if (bytes == "\r\n") {
-            ZEB_LOG_DEBUG(log::httpClient(), "Request " << data.formattedRequestID()
-                                                        << " got CR-LF pair.  Accumulated headers:"
-                                                        << accumulatedHeaders(*data.headers));
-        } else {
-            ZEB_LOG_WARNING(log::httpClient(), "Got header line with unexpected length "
-                                                   << bytes.size() << " and content: " << bytes);
-        }
+    if (bytes == "\r\n") {
+        takeBlocksEnd(data);
         return;
     }
-    const std::string line(bytes.substr(0, bytes.size() - 2));
-    const std::size_t colon = line.find(':');
-    if (colon != std::string::npos) {
-        takeHeader(data, line, colon);
+    const std::string line = withoutItsEnd(bytes);
+    if (line.find(':') != std::string::npos) {
+        takeHeader(data, buildHeaderPair(line));
     } else if (line.compare(0, 4, "HTTP") == 0) {
         takeStatusLine(data, line);
     }
@@ -1267,7 +1281,7 @@ bool CurlHttpUtils::closeDownloadedFile(RequestWrapper& wrapper) {
 
 void CurlHttpUtils::closeFile(std::FILE** file) {
     if (file != nullptr && *file != nullptr) {
-        std::fclose(*file);
+        (void)std::fclose(*file);
         *file = nullptr;
     }
 }

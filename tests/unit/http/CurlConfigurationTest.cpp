@@ -59,6 +59,11 @@ TEST_F(CurlConfigurationTest, AllOptionsAreSetInTheirOrder) {
     options.forbidReuse = true;
     setCredentials(AuthType::BASIC);
     request->setListener(std::make_shared<QuietListener>());
+    const auto proxy = std::make_shared<Proxy>();
+    proxy->setProxyServer("http://proxy.example", ProxyType::HTTP);
+    request->setProxy(proxy);
+    options.multiformParts = {
+        std::make_shared<MultiformPart>(MultiformPartType::FROM_STRING, "name", "value", nullptr)};
     const TemporaryFile file("12345");
     setFile(HTTPFileOperation::DOWNLOAD, file.path());
     ASSERT_TRUE(configure());
@@ -71,13 +76,25 @@ TEST_F(CurlConfigurationTest, AllOptionsAreSetInTheirOrder) {
                                        CURLOPT_WRITEDATA,
                                        CURLOPT_HTTPAUTH,
                                        CURLOPT_USERPWD,
+                                       CURLOPT_PROXY,
+                                       CURLOPT_HEADEROPT,
+                                       CURLOPT_PROXYHEADER,
+                                       CURLOPT_PROXYPORT,
+                                       CURLOPT_PROXYTYPE,
+                                       CURLOPT_PROXYUSERNAME,
+                                       CURLOPT_PROXYPASSWORD,
+                                       CURLOPT_PROXYAUTH,
                                        CURLOPT_ERRORBUFFER,
+                                       CURLOPT_DEBUGFUNCTION,
+                                       CURLOPT_DEBUGDATA,
+                                       CURLOPT_HTTPPOST,
                                        CURLOPT_FOLLOWLOCATION,
                                        CURLOPT_MAXREDIRS,
                                        CURLOPT_FORBID_REUSE,
                                        CURLOPT_NOPROGRESS,
                                        CURLOPT_PROGRESSFUNCTION,
                                        CURLOPT_PROGRESSDATA,
+                                       CURLOPT_VERBOSE,
                                        CURLOPT_LOW_SPEED_LIMIT,
                                        CURLOPT_LOW_SPEED_TIME,
                                        CURLOPT_SSL_SESSIONID_CACHE,
@@ -792,6 +809,19 @@ TEST_F(CurlConfigurationFormTest, APartThatLibcurlRefusesFailsTheConfiguration) 
     EXPECT_TRUE(log.contains(ERROR, "Fail to add multiform part - CURLFORMcode: 3"));
     EXPECT_FALSE(isSet(CURLOPT_HTTPPOST));
     EXPECT_FALSE(isSet(CURLOPT_TIMEOUT_MS));
+}
+
+TEST_F(CurlConfigurationFormTest, ATextThatLeavesTheFormEmptyIsToldOf) {
+    add(MultiformPartType::FROM_STRING, "name", "value");
+    {
+        const NoFormParts none;
+        EXPECT_FALSE(configure());
+    }
+    EXPECT_TRUE(log.contains("Items are in fact null."));
+    EXPECT_TRUE(log.contains(ERROR, "Fail to add multiform part - CURLFORMcode: 1"));
+    log.clear();
+    EXPECT_TRUE(configure());
+    EXPECT_FALSE(log.contains("Items are in fact null."));
 }
 
 }  // namespace

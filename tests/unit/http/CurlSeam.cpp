@@ -1,3 +1,6 @@
+// The form interface is deprecated; the library uses it all the same.
+#define CURL_DISABLE_DEPRECATION
+
 #include "unit/http/CurlSeam.h"
 
 #include <cstdarg>
@@ -15,6 +18,8 @@ thread_local std::map<const char*, std::size_t>* appendedLengths = nullptr;
 thread_local std::vector<std::string>* freedEntries = nullptr;
 thread_local bool noHandles = false;
 thread_local bool noEffectiveUrl = false;
+thread_local int failingInfo = CURLINFO_NONE;
+thread_local bool noFormParts = false;
 thread_local std::vector<std::pair<int, long>>* multiNumbers = nullptr;
 
 }  // namespace
@@ -59,6 +64,22 @@ NoEffectiveUrl::~NoEffectiveUrl() {
     noEffectiveUrl = false;
 }
 
+FailingInfo::FailingInfo(int info) {
+    failingInfo = info;
+}
+
+FailingInfo::~FailingInfo() {
+    failingInfo = CURLINFO_NONE;
+}
+
+NoFormParts::NoFormParts() {
+    noFormParts = true;
+}
+
+NoFormParts::~NoFormParts() {
+    noFormParts = false;
+}
+
 MultiOptions::MultiOptions() {
     multiNumbers = new std::vector<std::pair<int, long>>;
 }
@@ -85,6 +106,8 @@ void __real_curl_slist_free_all(curl_slist* list);
 void __wrap_curl_slist_free_all(curl_slist* list);
 CURLcode __real_curl_easy_getinfo(CURL* handle, CURLINFO info, ...);
 CURLcode __wrap_curl_easy_getinfo(CURL* handle, CURLINFO info, ...);
+CURLFORMcode __real_curl_formadd(curl_httppost** first, curl_httppost** last, ...);
+CURLFORMcode __wrap_curl_formadd(curl_httppost** first, curl_httppost** last, ...);
 CURL* __real_curl_easy_init();
 CURL* __wrap_curl_easy_init();
 CURLM* __real_curl_multi_init();
@@ -130,7 +153,26 @@ CURLcode __wrap_curl_easy_getinfo(CURL* handle, CURLINFO info, ...) {
         *static_cast<const char**>(answer) = nullptr;
         return CURLE_OK;
     }
+    if (failingInfo != CURLINFO_NONE && static_cast<int>(info) == failingInfo) {
+        return CURLE_BAD_FUNCTION_ARGUMENT;
+    }
     return __real_curl_easy_getinfo(handle, info, answer);
+}
+
+CURLFORMcode __wrap_curl_formadd(curl_httppost** first, curl_httppost** last, ...) {
+    if (noFormParts) {
+        return CURL_FORMADD_MEMORY;
+    }
+    // Each option but the last has one value of a pointer's size. libcurl takes all of them as an array, too.
+    std::vector<curl_forms> options;
+    va_list arguments;
+    va_start(arguments, last);
+    for (int option = va_arg(arguments, int); option != CURLFORM_END; option = va_arg(arguments, int)) {
+        options.push_back({static_cast<CURLformoption>(option), va_arg(arguments, const char*)});
+    }
+    va_end(arguments);
+    options.push_back({CURLFORM_END, nullptr});
+    return __real_curl_formadd(first, last, CURLFORM_ARRAY, options.data(), CURLFORM_END);
 }
 
 CURL* __wrap_curl_easy_init() {

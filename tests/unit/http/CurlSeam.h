@@ -50,6 +50,24 @@ public:
     NoEffectiveUrl& operator=(const NoEffectiveUrl&) = delete;
 };
 
+/// While it lives, libcurl can't tell that `CURLINFO` of any handle.
+class FailingInfo {
+public:
+    explicit FailingInfo(int info);
+    ~FailingInfo();
+    FailingInfo(const FailingInfo&) = delete;
+    FailingInfo& operator=(const FailingInfo&) = delete;
+};
+
+/// While it lives, libcurl has no memory for parts of a form.
+class NoFormParts {
+public:
+    NoFormParts();
+    ~NoFormParts();
+    NoFormParts(const NoFormParts&) = delete;
+    NoFormParts& operator=(const NoFormParts&) = delete;
+};
+
 /// Sees the options that are set on multi handles while it lives.
 class MultiOptions {
 public:

@@ -4,6 +4,7 @@
 #include "support/ProxyHost.h"
 
 #include <atomic>
+#include <pthread.h>
 #include <thread>
 
 #include <gmock/gmock.h>
@@ -180,9 +181,32 @@ TEST_F(ProxyAuthenticationHandlerTest, CredentialsRunEveryRetryOnceAndNoFinish) 
     park(true);
     handler_.setProxyCredential(PROXY, "user", SecureString("pass"));
     EXPECT_TRUE(retried_->waitFor(3));
+    EXPECT_TRUE(log_.contains("Retry: 1"));
     handler_.setProxyCredential(PROXY, "user", SecureString("pass"));
     EXPECT_EQ(retried_->get(), 3);
     EXPECT_EQ(finished_->get(), 1);
+}
+
+TEST_F(ProxyAuthenticationHandlerTest, BothKindsRunInTheSharedPoolUnderTheirNames) {
+    const auto retrys = std::make_shared<std::string>();
+    const auto finishs = std::make_shared<std::string>();
+    const auto told = [](const std::shared_ptr<Counter>& count, const std::shared_ptr<std::string>& name) {
+        return [count, name] {
+            if (count->get() == 0) {  // a finish function runs again in later tests
+                char text[16] = "";
+                pthread_getname_np(pthread_self(), text, sizeof(text));
+                *name = text;
+            }
+            count->add();
+        };
+    };
+    handler_.handleProxyAuthRequired(PROXY, true, told(retried_, retrys), told(finished_, finishs));
+    handler_.setProxyCredential(PROXY, "user", SecureString("pass"));
+    EXPECT_TRUE(retried_->waitFor(1));
+    EXPECT_EQ(*retrys, "retryFunc");
+    handler_.setProxyCredential(PROXY, "", SecureString());
+    EXPECT_TRUE(finished_->waitFor(1));
+    EXPECT_EQ(*finishs, "finishFunc");
 }
 
 TEST_F(ProxyAuthenticationHandlerTest, NeitherUserNorPasswordMeansNo) {
@@ -190,6 +214,8 @@ TEST_F(ProxyAuthenticationHandlerTest, NeitherUserNorPasswordMeansNo) {
     park(true);
     handler_.setProxyCredential(PROXY, "", SecureString());
     EXPECT_TRUE(finished_->waitFor(2));
+    EXPECT_TRUE(log_.contains("Retry: 0"));
+    EXPECT_EQ(retried_.use_count(), 1) << "the retries are no longer parked";
     handler_.setProxyCredential(PROXY, "user", SecureString("pass"));
     EXPECT_EQ(retried_->get(), 0) << "a refusal drops the retries";
 }

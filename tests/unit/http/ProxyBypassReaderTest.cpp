@@ -97,6 +97,10 @@ TEST_F(ProxyBypassReaderTest, CaseDoesNotMatter) {
     EXPECT_FALSE(required("*.EXAMPLE.com", "A.Example.COM"));
 }
 
+TEST_F(ProxyBypassReaderTest, WhiteSpaceAroundATokenDoesNotCount) {
+    EXPECT_FALSE(required("\texample.com\r\n", "a.example.com"));
+}
+
 // --- as a pattern
 
 TEST_F(ProxyBypassReaderTest, AStarStandsForAnything) {

@@ -5,8 +5,10 @@
 #include "http/HttpClientData.h"
 #include "http/SslUtils.h"
 #include "support/FakeCertVerifier.h"
+#include "unit/http/CurlSeam.h"
 
 #include <cstdint>
+#include <cstring>
 #include <stdexcept>
 #include <string>
 #include <unistd.h>
@@ -337,6 +339,12 @@ TEST_F(HeaderCallbackTest, AShortLineThatIsNoEndIsToldOf) {
     EXPECT_TRUE(log_.contains("Got header line with unexpected length 2 and content: x\n"));
     EXPECT_EQ(log_.count("Got header line with unexpected length"), 2U);
     EXPECT_TRUE(headers().empty());
+}
+
+TEST_F(HeaderCallbackTest, AShortLineWithAColonIsAHeaderAllTheSame) {
+    EXPECT_EQ(header("x:"), 2U);
+    EXPECT_TRUE(log_.contains("Got header line with unexpected length 2 and content: x:"));
+    EXPECT_EQ(headers(), (HttpHeaders{{"x", ""}}));
 }
 
 TEST_F(HeaderCallbackTest, AStatusLineBeginsANewResponse) {
@@ -686,6 +694,32 @@ TEST_F(TransferOutcomeHandleTest, BeforeATransferThereIsNoCode) {
     EXPECT_EQ(data_->proxyAuthType, "");
 }
 
+TEST_F(TransferOutcomeHandleTest, CookiesThatCannotBeHadLeaveTheFormerOnes) {
+    void* const curl = data_->getCurlConnection()->getHandle();
+    curl_easy_setopt(curl, CURLOPT_COOKIELIST, "host\tFALSE\t/\tFALSE\t0\tname\tvalue");
+    EXPECT_TRUE(CurlHttpUtils::storeCookies(data_));
+    const FailingInfo none(CURLINFO_COOKIELIST);
+    EXPECT_FALSE(CurlHttpUtils::storeCookies(data_));
+    EXPECT_TRUE(log_.contains(ZEBLOG_ERROR, "failed to get list of cookies"));
+    EXPECT_EQ(data_->cookies.size(), 1U);
+}
+
+TEST_F(TransferOutcomeHandleTest, ACodeThatCannotBeHadLeavesTheFormerOne) {
+    data_->responseCode = 201;
+    const FailingInfo none(CURLINFO_RESPONSE_CODE);
+    EXPECT_FALSE(CurlHttpUtils::getResponseCode(data_.get()));
+    EXPECT_TRUE(log_.contains(ZEBLOG_ERROR, "Unable to get the response code: 43 for request " +
+                                                data_->formattedRequestID() + "."));
+    EXPECT_EQ(data_->responseCode, 201);
+}
+
+TEST_F(TransferOutcomeHandleTest, AProxysCodeThatCannotBeHadIsPassedOver) {
+    data_->connectCode = 200;
+    const FailingInfo none(CURLINFO_HTTP_CONNECTCODE);
+    EXPECT_TRUE(CurlHttpUtils::getResponseCode(data_.get()));
+    EXPECT_EQ(data_->connectCode, 200);
+}
+
 TEST_F(TransferOutcomeHandleTest, ARefusalsStrongestKnownSchemeIsTold) {
     const std::pair<std::vector<std::string>, std::string> rows[] = {
         {{"Basic realm=\"p\"", "NTLM", "Negotiate"}, "NEGOTIATE"},
@@ -718,6 +752,14 @@ TEST_F(TransferOutcomeHandleTest, TheTimingNamesItsSevenElements) {
         ZEBLOG_DEBUG, "Request " + data_->formattedRequestID() +
                           " network IO timestamps: [name lookup = 0 ; connect = 0 ; ssl connect = 0 ; "
                           "pre-transfer = 0 ; start-transfer = 0 ; total = 0 ; redirect = 0]"));
+}
+
+TEST_F(TransferOutcomeHandleTest, ATimeThatCannotBeHadIsUnavailable) {
+    std::strcpy(data_->getCurlConnection()->getErrorBuffer(), "what libcurl says");
+    const FailingInfo none(CURLINFO_CONNECT_TIME);
+    CurlHttpUtils::logOperationTiming(data_);
+    EXPECT_TRUE(log_.contains(ZEBLOG_ERROR, "failed to get connecttime: what libcurl says"));
+    EXPECT_TRUE(log_.contains("[name lookup = 0 ; connect = unavailable ; ssl connect = 0 ; "));
 }
 
 }  // namespace

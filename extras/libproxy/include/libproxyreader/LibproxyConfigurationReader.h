@@ -12,6 +12,8 @@ namespace zeb::http {
 /// Finds the system's proxy by libproxy: from the environment (http_proxy, https_proxy, no_proxy ...), the
 /// desktop's settings, PAC and WPAD, as far as libproxy's plugins for them are installed. A host that wants
 /// it links this library and installs the reader by SystemProxyResolver::setHttpProxyConfigurationReader.
+/// A variable may name a proxy, a PAC file ("pac+http://server/proxy.pac", "pac+file:///folder/proxy.pac") or
+/// "wpad://": then the network tells, by the file at http://wpad/wpad.dat.
 ///
 /// Any thread may ask. libproxy is asked by one thread at a time in the whole process, as not all of its
 /// plugins are safe: a question waits while another one fetches a PAC file. That happens on the thread that
