@@ -33,11 +33,15 @@ struct Verification {
 
     InvalidCertNotificationManager::PromptDecision::Decision prompt() {
         const CertificateCacheAccessor accessor(fingerprint, statuses, policy);
+        return promptWith(accessor);
+    }
+    InvalidCertNotificationManager::PromptDecision::Decision promptWith(
+        const CertificateCacheAccessor& accessor) {
         return InvalidCertNotificationManager::getInstance()->promptUserForAction(
             "CN", "asked.test", "Shown", statuses, fingerprint, "leaf", {"middle", "root"}, accessor);
     }
-    void warn(bool succeed) {
-        const CertificateCacheAccessor accessor(fingerprint, statuses, policy);
+    void warn(bool succeed) { warnWith(CertificateCacheAccessor(fingerprint, statuses, policy), succeed); }
+    void warnWith(const CertificateCacheAccessor& accessor, bool succeed) {
         InvalidCertNotificationManager::getInstance()->displayCertWarning(
             "CN", "asked.test", "Shown", statuses, fingerprint, "leaf", {"middle", "root"}, succeed,
             accessor);
@@ -394,13 +398,33 @@ TEST_F(InvalidCertNotificationManagerTest, TwoCertificatesAreTwoQuestionsAtOnce)
     EXPECT_EQ(Prompt::ACCEPT_FOR_SESSION, answer.get());
 }
 
-TEST_F(InvalidCertNotificationManagerTest, AThreadThatComesRightAfterTheDecisionFindsIt) {
+TEST_F(InvalidCertNotificationManagerTest, AThreadThatLookedBeforeTheDecisionAndComesAfterItFindsIt) {
     const test::LogCapture capture;
     const auto listener = listen(accept);
+    const CertificateCacheAccessor early(FINGERPRINT, second.statuses, second.policy);
+    EXPECT_EQ(CertAcceptanceDecision::UNKNOWN, early.buildDecisionFromCache());
     EXPECT_EQ(Prompt::ACCEPT_FOR_SESSION, first.prompt());
-    EXPECT_EQ(Prompt::ACCEPT_FOR_SESSION, second.prompt());
+    EXPECT_EQ(Prompt::ACCEPT_FOR_SESSION, second.promptWith(early));
     EXPECT_EQ(1U, listener->calls());
     EXPECT_TRUE(capture.contains("Got a decision from in progress request : ACCEPT_FOR_SESSION"));
+}
+
+TEST_F(InvalidCertNotificationManagerTest, AThreadThatLookedBeforeAOnceOnlyRejectionAsksForItself) {
+    const auto listener = listen(rejectOnce);
+    const CertificateCacheAccessor early(FINGERPRINT, second.statuses, second.policy);
+    EXPECT_EQ(CertAcceptanceDecision::UNKNOWN, early.buildDecisionFromCache());
+    EXPECT_EQ(Prompt::DENY, first.prompt());
+    EXPECT_EQ(Prompt::DENY, second.promptWith(early));
+    EXPECT_EQ(2U, listener->calls());
+}
+
+TEST_F(InvalidCertNotificationManagerTest, ACallerThatNeverLookedIntoTheCacheAsksWhateverStandsThere) {
+    const auto listener = listen(reject);
+    Cache::addAcceptedInvalidCertificate(FINGERPRINT, CertStatus::UNKNOWN);
+    EXPECT_EQ(Prompt::DENY, first.prompt());
+    EXPECT_EQ(Statuses{CertStatus::UNKNOWN}, first.statuses);
+    first.warn(false);
+    EXPECT_EQ(2U, listener->calls());
 }
 
 TEST_F(InvalidCertNotificationManagerTest, AListenerMayAskTheManagerAndBlockNobodyElse) {
@@ -535,8 +559,10 @@ TEST_F(InvalidCertNotificationManagerTest, AWarningExpectsNoAnswerAndIsKeptAsADe
 TEST_F(InvalidCertNotificationManagerTest, AWarningThatFindsADecisionShowsNothing) {
     const test::LogCapture capture;
     const auto listener = listen();
+    const CertificateCacheAccessor early(FINGERPRINT, second.statuses, second.policy);
+    EXPECT_EQ(CertAcceptanceDecision::UNKNOWN, early.buildDecisionFromCache());
     first.warn(false);
-    second.warn(false);
+    second.warnWith(early, false);
     EXPECT_EQ(1U, listener->calls());
     EXPECT_TRUE(capture.contains("Got a decision from in progress request: DENY"));
 }
