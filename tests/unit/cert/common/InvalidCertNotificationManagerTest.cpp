@@ -343,6 +343,28 @@ TEST_F(InvalidCertNotificationManagerTest, TwoThreadsWithOneCertificateAskOnceAn
     EXPECT_EQ(1U, listener->calls());
 }
 
+TEST_F(InvalidCertNotificationManagerTest, OneAnswerWakesAllWhoJoined) {
+    const auto listener = listen();
+    Verification third;
+    Answered answer = promptElsewhere(first);
+    listener->waitForCalls(1);
+    Answered joined = joinElsewhere(second);
+    Answered joinedToo = joinElsewhere(third);
+    EXPECT_TRUE(acceptForSession(FINGERPRINT));
+    EXPECT_EQ(Prompt::ACCEPT_FOR_SESSION, answer.get());
+    EXPECT_EQ(Prompt::ACCEPT_FOR_SESSION, joined.get());
+    EXPECT_EQ(Prompt::ACCEPT_FOR_SESSION, joinedToo.get());
+    EXPECT_EQ(1U, listener->calls());
+}
+
+TEST_F(InvalidCertNotificationManagerTest, AOnceOnlyRejectionLeavesNothingBehindForTheNextRequest) {
+    listen(rejectOnce);
+    EXPECT_EQ(Prompt::DENY, first.prompt());
+    listen();
+    first.warn(false);
+    EXPECT_EQ(Statuses{CertStatus::UNKNOWN}, Cache::getRejectedInvalidCacheValue(FINGERPRINT));
+}
+
 TEST_F(InvalidCertNotificationManagerTest, AfterAOnceOnlyRejectionTheJoinedThreadAsksForItself) {
     const auto listener = listen();
     Answered answer = promptElsewhere(first);
@@ -419,7 +441,11 @@ TEST_F(InvalidCertNotificationManagerTest, AThreadThatLookedBeforeAOnceOnlyRejec
 }
 
 TEST_F(InvalidCertNotificationManagerTest, ACallerThatNeverLookedIntoTheCacheAsksWhateverStandsThere) {
-    const auto listener = listen(reject);
+    const auto listener = listen([](const InvalidCertInfo& info) {
+        if (info.userCanDecide) {
+            reject(info);
+        }
+    });
     Cache::addAcceptedInvalidCertificate(FINGERPRINT, CertStatus::UNKNOWN);
     EXPECT_EQ(Prompt::DENY, first.prompt());
     EXPECT_EQ(Statuses{CertStatus::UNKNOWN}, first.statuses);
