@@ -543,6 +543,19 @@ TEST_F(InvalidCertNotificationManagerTest, AListenerReplacedWhileARequestWaitsIs
     EXPECT_EQ(1U, latter->calls());
 }
 
+TEST_F(InvalidCertNotificationManagerTest, AListenerTakenAwayLeavesTheJoinedThreadNobodyToAsk) {
+    const auto listener = listen();
+    Answered answer = promptElsewhere(first);
+    listener->waitForCalls(1);
+    Answered joined = joinElsewhere(second);
+    manager()->registerInvalidCertListener(nullptr);
+    EXPECT_TRUE(manager()->rejectInvalidCertOnce(FINGERPRINT));
+    EXPECT_EQ(Prompt::DENY, answer.get());
+    EXPECT_THROW(joined.get(), std::logic_error);
+    EXPECT_EQ(1U, listener->calls());
+    EXPECT_FALSE(acceptForSession(FINGERPRINT));
+}
+
 TEST_F(InvalidCertNotificationManagerTest, AListenerLivesUntilTheCallThatRunsInItIsOver) {
     std::promise<void> release;
     std::shared_future<void> released = release.get_future().share();
