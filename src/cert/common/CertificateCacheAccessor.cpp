@@ -26,6 +26,7 @@ CertificateCacheAccessor::CertificateCacheAccessor(const std::string& fingerprin
 CertificateCacheAccessor::~CertificateCacheAccessor() = default;
 
 CertAcceptanceDecision::Decision CertificateCacheAccessor::buildDecisionFromCache() const {
+    lookedIntoCache_ = true;
     if (policy_ == nullptr || !policy_->interactsWithUser()) {
         ZEB_LOG_DEBUG(log::cert(), "Policy does not interact with the user");
         return CertAcceptanceDecision::UNKNOWN;

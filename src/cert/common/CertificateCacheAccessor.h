@@ -34,6 +34,8 @@ public:
     /// policy doesn't read the cache, and when the cache says nothing; POLICY_ENFORCEMENT_ERROR when the
     /// policy failed to judge what it says.
     CertAcceptanceDecision::Decision buildDecisionFromCache() const;
+    /// Whether buildDecisionFromCache has been called: a verification that has looked relies on what it saw.
+    bool hasLookedIntoCache() const { return lookedIntoCache_; }
 
     /// Whether a rejection covers the statuses: each was there when the user rejected, or the policy's
     /// transitions allow it. One that doesn't is removed: the user will be asked afresh.
@@ -55,6 +57,7 @@ private:
     const std::string fingerprint_;
     std::set<CertStatus::Status>& statuses_;
     const std::shared_ptr<InvalidCertManagementPolicy> policy_;
+    mutable bool lookedIntoCache_ = false;
 };
 
 }  // namespace zeb::cert

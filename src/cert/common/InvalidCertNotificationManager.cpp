@@ -224,11 +224,12 @@ void InvalidCertNotificationManager::reportRejectedCert(const std::string& finge
 PromptDecision::Decision InvalidCertNotificationManager::getDecisionFromOtherRequests(
     const std::string& fingerprint, const CertificateCacheAccessor& accessor) {
     const auto decision = getDecisionFromInProgressRequest(fingerprint, accessor);
-    if (decision != PromptDecision::UNKNOWN) {
+    // Who never looked into the cache wants the user's word, whatever stands there.
+    if (decision != PromptDecision::UNKNOWN || !accessor.hasLookedIntoCache()) {
         return decision;
     }
-    // The request that this thread would have joined may have ended since it looked into the cache: without
-    // another look, now that no request can begin or end, the user would be asked twice.
+    // The request that this thread would have joined may have ended since it looked: without another look,
+    // now that no request can begin or end, the user would be asked twice.
     return PromptDecision::build(accessor.buildDecisionFromCache());
 }
 

@@ -87,9 +87,10 @@ public:
     /// Whether the host may offer to keep a decision beyond this process; true without a policy.
     bool canDecisionBePersisted() const;
 
-    /// Blocks until there is a decision: DENY, ACCEPT_FOR_SESSION, UNKNOWN for an acceptance without a valid
-    /// option, NO_DECISION when the wait was aborted. Throws std::logic_error when no listener is registered,
-    /// and when the listener throws.
+    /// Asks the user, unless another request for the same certificate brought a decision since the accessor
+    /// looked into the cache, or while this thread waited for it. Blocks until there is a decision: DENY,
+    /// ACCEPT_FOR_SESSION, UNKNOWN for an acceptance without a valid option, NO_DECISION when the wait was
+    /// aborted. Throws std::logic_error when no listener is registered, and when the listener throws.
     PromptDecision::Decision promptUserForAction(const std::string& commonName, const std::string& identifier,
                                                  const std::string& identifierToDisplay,
                                                  const std::set<CertStatus::Status>& statuses,

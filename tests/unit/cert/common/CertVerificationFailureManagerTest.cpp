@@ -205,6 +205,12 @@ TEST_F(CertVerificationFailureManagerTest, APolicyThatCannotBeEnforcedIsAnError)
     EXPECT_EQ(3U, capture.count("Invalid certificate management policy not enforced"));
 }
 
+TEST_F(CertVerificationFailureManagerTest, APolicyThatOnlyLooksLikeInteractingTellsTheUserNothing) {
+    const auto listener = listen();
+    EXPECT_EQ(D::POLICY_ENFORCEMENT_ERROR, manage(std::make_shared<Interacting>(false)));
+    EXPECT_EQ(0U, listener->calls());
+}
+
 TEST_F(CertVerificationFailureManagerTest, AListenerThatThrowsIsAnErrorAndTheNextCallAsksAgain) {
     const auto listener = listen([](const InvalidCertInfo&) { throw std::logic_error("no window"); });
     EXPECT_EQ(D::POLICY_ENFORCEMENT_ERROR, manage(prompting));

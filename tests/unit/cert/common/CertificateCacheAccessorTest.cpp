@@ -3,6 +3,8 @@
 #include "support/CertificateBuilder.h"
 #include "support/LogCapture.h"
 
+#include <functional>
+
 namespace zeb::cert {
 namespace {
 
@@ -104,6 +106,48 @@ TEST_F(CertificateCacheAccessorTest, AnotherReasonWithoutATransitionRemovesTheRe
     statuses = {CertStatus::CN_NO_MATCH};
     EXPECT_EQ(D::UNKNOWN, decisionOf(prompting));
     EXPECT_THAT(Cache::getRejectedInvalidCacheValue(FINGERPRINT), IsEmpty());
+}
+
+/// Runs something between the reading of an entry and its removal, which are told apart by the log alone.
+class BetweenReadingAndRemoval {
+public:
+    explicit BetweenReadingAndRemoval(const std::function<void()>& run)
+        : levelBefore_(LogController::getInstance()->getLevel()) {
+        LogController::getInstance()->setSink([run](const LogController::Record& record) {
+            if (std::string(record.message).find("removing cache entry if any") != std::string::npos) {
+                run();
+            }
+        });
+        LogController::getInstance()->setLevel(ZEBLOG_TRACE);
+    }
+    ~BetweenReadingAndRemoval() {
+        LogController::getInstance()->setLevel(levelBefore_);
+        LogController::getInstance()->setSink(nullptr);
+    }
+    BetweenReadingAndRemoval(const BetweenReadingAndRemoval&) = delete;
+    BetweenReadingAndRemoval& operator=(const BetweenReadingAndRemoval&) = delete;
+
+private:
+    const int levelBefore_;
+};
+
+TEST_F(CertificateCacheAccessorTest, ADecisionTakenMeanwhileIsNotRemovedWithTheOneThatWasRead) {
+    const Statuses both{CertStatus::UNKNOWN, CertStatus::CN_NO_MATCH};
+    Cache::addAcceptedInvalidCertificate(FINGERPRINT, CertStatus::UNKNOWN);
+    Cache::addRejectedInvalidCertificate(FINGERPRINT, CertStatus::UNKNOWN);
+    statuses = {CertStatus::CN_NO_MATCH};
+    {
+        const BetweenReadingAndRemoval userDecides(
+            [] { Cache::addAcceptedInvalidCertificate(FINGERPRINT, CertStatus::CN_NO_MATCH); });
+        EXPECT_EQ(Answer::NO, accessor(prompting).hasBeenAlreadyAcceptedByUser(prompting));
+    }
+    {
+        const BetweenReadingAndRemoval userDecides(
+            [] { Cache::addRejectedInvalidCertificate(FINGERPRINT, CertStatus::CN_NO_MATCH); });
+        EXPECT_EQ(Answer::NO, accessor(prompting).hasBeenAlreadyRejectedByUser(prompting));
+    }
+    EXPECT_EQ(both, Cache::getAcceptedInvalidCacheValue(FINGERPRINT));
+    EXPECT_EQ(both, Cache::getRejectedInvalidCacheValue(FINGERPRINT));
 }
 
 TEST_F(CertificateCacheAccessorTest, OneReasonMoreThanAcceptedIsAnotherReason) {

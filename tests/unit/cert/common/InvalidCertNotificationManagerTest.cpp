@@ -33,11 +33,15 @@ struct Verification {
 
     InvalidCertNotificationManager::PromptDecision::Decision prompt() {
         const CertificateCacheAccessor accessor(fingerprint, statuses, policy);
+        return promptWith(accessor);
+    }
+    InvalidCertNotificationManager::PromptDecision::Decision promptWith(
+        const CertificateCacheAccessor& accessor) {
         return InvalidCertNotificationManager::getInstance()->promptUserForAction(
             "CN", "asked.test", "Shown", statuses, fingerprint, "leaf", {"middle", "root"}, accessor);
     }
-    void warn(bool succeed) {
-        const CertificateCacheAccessor accessor(fingerprint, statuses, policy);
+    void warn(bool succeed) { warnWith(CertificateCacheAccessor(fingerprint, statuses, policy), succeed); }
+    void warnWith(const CertificateCacheAccessor& accessor, bool succeed) {
         InvalidCertNotificationManager::getInstance()->displayCertWarning(
             "CN", "asked.test", "Shown", statuses, fingerprint, "leaf", {"middle", "root"}, succeed,
             accessor);
@@ -339,6 +343,28 @@ TEST_F(InvalidCertNotificationManagerTest, TwoThreadsWithOneCertificateAskOnceAn
     EXPECT_EQ(1U, listener->calls());
 }
 
+TEST_F(InvalidCertNotificationManagerTest, OneAnswerWakesAllWhoJoined) {
+    const auto listener = listen();
+    Verification third;
+    Answered answer = promptElsewhere(first);
+    listener->waitForCalls(1);
+    Answered joined = joinElsewhere(second);
+    Answered joinedToo = joinElsewhere(third);
+    EXPECT_TRUE(acceptForSession(FINGERPRINT));
+    EXPECT_EQ(Prompt::ACCEPT_FOR_SESSION, answer.get());
+    EXPECT_EQ(Prompt::ACCEPT_FOR_SESSION, joined.get());
+    EXPECT_EQ(Prompt::ACCEPT_FOR_SESSION, joinedToo.get());
+    EXPECT_EQ(1U, listener->calls());
+}
+
+TEST_F(InvalidCertNotificationManagerTest, AOnceOnlyRejectionLeavesNothingBehindForTheNextRequest) {
+    listen(rejectOnce);
+    EXPECT_EQ(Prompt::DENY, first.prompt());
+    listen();
+    first.warn(false);
+    EXPECT_EQ(Statuses{CertStatus::UNKNOWN}, Cache::getRejectedInvalidCacheValue(FINGERPRINT));
+}
+
 TEST_F(InvalidCertNotificationManagerTest, AfterAOnceOnlyRejectionTheJoinedThreadAsksForItself) {
     const auto listener = listen();
     Answered answer = promptElsewhere(first);
@@ -394,13 +420,37 @@ TEST_F(InvalidCertNotificationManagerTest, TwoCertificatesAreTwoQuestionsAtOnce)
     EXPECT_EQ(Prompt::ACCEPT_FOR_SESSION, answer.get());
 }
 
-TEST_F(InvalidCertNotificationManagerTest, AThreadThatComesRightAfterTheDecisionFindsIt) {
+TEST_F(InvalidCertNotificationManagerTest, AThreadThatLookedBeforeTheDecisionAndComesAfterItFindsIt) {
     const test::LogCapture capture;
     const auto listener = listen(accept);
+    const CertificateCacheAccessor early(FINGERPRINT, second.statuses, second.policy);
+    EXPECT_EQ(CertAcceptanceDecision::UNKNOWN, early.buildDecisionFromCache());
     EXPECT_EQ(Prompt::ACCEPT_FOR_SESSION, first.prompt());
-    EXPECT_EQ(Prompt::ACCEPT_FOR_SESSION, second.prompt());
+    EXPECT_EQ(Prompt::ACCEPT_FOR_SESSION, second.promptWith(early));
     EXPECT_EQ(1U, listener->calls());
     EXPECT_TRUE(capture.contains("Got a decision from in progress request : ACCEPT_FOR_SESSION"));
+}
+
+TEST_F(InvalidCertNotificationManagerTest, AThreadThatLookedBeforeAOnceOnlyRejectionAsksForItself) {
+    const auto listener = listen(rejectOnce);
+    const CertificateCacheAccessor early(FINGERPRINT, second.statuses, second.policy);
+    EXPECT_EQ(CertAcceptanceDecision::UNKNOWN, early.buildDecisionFromCache());
+    EXPECT_EQ(Prompt::DENY, first.prompt());
+    EXPECT_EQ(Prompt::DENY, second.promptWith(early));
+    EXPECT_EQ(2U, listener->calls());
+}
+
+TEST_F(InvalidCertNotificationManagerTest, ACallerThatNeverLookedIntoTheCacheAsksWhateverStandsThere) {
+    const auto listener = listen([](const InvalidCertInfo& info) {
+        if (info.userCanDecide) {
+            reject(info);
+        }
+    });
+    Cache::addAcceptedInvalidCertificate(FINGERPRINT, CertStatus::UNKNOWN);
+    EXPECT_EQ(Prompt::DENY, first.prompt());
+    EXPECT_EQ(Statuses{CertStatus::UNKNOWN}, first.statuses);
+    first.warn(false);
+    EXPECT_EQ(2U, listener->calls());
 }
 
 TEST_F(InvalidCertNotificationManagerTest, AListenerMayAskTheManagerAndBlockNobodyElse) {
@@ -493,6 +543,19 @@ TEST_F(InvalidCertNotificationManagerTest, AListenerReplacedWhileARequestWaitsIs
     EXPECT_EQ(1U, latter->calls());
 }
 
+TEST_F(InvalidCertNotificationManagerTest, AListenerTakenAwayLeavesTheJoinedThreadNobodyToAsk) {
+    const auto listener = listen();
+    Answered answer = promptElsewhere(first);
+    listener->waitForCalls(1);
+    Answered joined = joinElsewhere(second);
+    manager()->registerInvalidCertListener(nullptr);
+    EXPECT_TRUE(manager()->rejectInvalidCertOnce(FINGERPRINT));
+    EXPECT_EQ(Prompt::DENY, answer.get());
+    EXPECT_THROW(joined.get(), std::logic_error);
+    EXPECT_EQ(1U, listener->calls());
+    EXPECT_FALSE(acceptForSession(FINGERPRINT));
+}
+
 TEST_F(InvalidCertNotificationManagerTest, AListenerLivesUntilTheCallThatRunsInItIsOver) {
     std::promise<void> release;
     std::shared_future<void> released = release.get_future().share();
@@ -535,8 +598,10 @@ TEST_F(InvalidCertNotificationManagerTest, AWarningExpectsNoAnswerAndIsKeptAsADe
 TEST_F(InvalidCertNotificationManagerTest, AWarningThatFindsADecisionShowsNothing) {
     const test::LogCapture capture;
     const auto listener = listen();
+    const CertificateCacheAccessor early(FINGERPRINT, second.statuses, second.policy);
+    EXPECT_EQ(CertAcceptanceDecision::UNKNOWN, early.buildDecisionFromCache());
     first.warn(false);
-    second.warn(false);
+    second.warnWith(early, false);
     EXPECT_EQ(1U, listener->calls());
     EXPECT_TRUE(capture.contains("Got a decision from in progress request: DENY"));
 }

@@ -4,7 +4,9 @@
 
 #include <algorithm>
 #include <array>
+#include <atomic>
 #include <deque>
+#include <future>
 #include <random>
 #include <stdexcept>
 #include <thread>
@@ -40,7 +42,8 @@ Script scriptOf(std::size_t certificate) {
 /// A host with a user who answers later, from several threads, whichever question comes to mind.
 class HostUnderStress : public InvalidCertListener {
 public:
-    HostUnderStress() {
+    /// Nothing is answered before `opened`: by then the other threads have come, and have joined.
+    explicit HostUnderStress(std::shared_future<void> opened) : opened_(std::move(opened)) {
         for (std::size_t i = 0; i < ANSWERERS; ++i) {
             answerers_.emplace_back([this, i] { answerUntilTheEnd(static_cast<unsigned int>(i)); });
         }
@@ -58,6 +61,7 @@ public:
 
     void prompUserForAction(const InvalidCertInfo& info) override {
         const Reaction reaction = next(info.fingerprint);
+        opened_.wait();
         if (reaction == Reaction::THROW) {
             throw std::logic_error("no window");
         }
@@ -132,6 +136,7 @@ private:
         }
     }
 
+    const std::shared_future<void> opened_;
     mutable std::mutex mutex_;  ///< guards all below but the threads
     std::condition_variable asked_;
     std::deque<std::pair<std::string, Reaction>> questions_;
@@ -157,10 +162,12 @@ class InvalidCertStressTest : public InvalidCertTest {};
 
 TEST_F(InvalidCertStressTest, AThousandVerificationsOfTenCertificatesAllGetTheirAnswer) {
     LogController::getInstance()->setLevel(0);
-    const auto host = std::make_shared<HostUnderStress>();
+    std::promise<void> allHaveCome;
+    const auto host = std::make_shared<HostUnderStress>(allHaveCome.get_future().share());
     manager()->registerInvalidCertListener(host);
     const std::shared_ptr<Policy> policy = PromptingBuilder().build();
 
+    std::atomic<std::size_t> come{0};
     std::mutex mutex;
     std::vector<Tally> tallies(CERTIFICATES);
     std::vector<std::thread> threads;
@@ -169,6 +176,9 @@ TEST_F(InvalidCertStressTest, AThousandVerificationsOfTenCertificatesAllGetTheir
             const auto data = std::make_shared<FixedCertificateData>(std::to_string(certificate),
                                                                      std::vector<std::string>{"leaf"}, "CN");
             Statuses statuses{CertStatus::UNKNOWN};
+            if (++come == THREADS) {
+                allHaveCome.set_value();
+            }
             const auto decision = CertVerificationFailureManager::manageCertValidationFailure(
                 data, "asked.test", "Shown", statuses, policy);
             EXPECT_EQ(decision == D::YES, statuses == Statuses{CertStatus::VALID});
