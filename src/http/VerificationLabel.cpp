@@ -1,5 +1,6 @@
 #include "http/VerificationLabel.h"
 
+#include "common/TrustEpoch.h"
 #include "core/Mutex.h"
 #include "core/ScopedLock.h"
 #include "http/HttpRequestData.h"
@@ -80,6 +81,7 @@ std::string digestOf(const std::string& text) {
 std::string VerificationLabel::of(const SSLData& sslData, long acceptableTlsVersions) {
     std::string text;
     append(text, std::to_string(verifierNumbers().of(sslData.certVerifier)));
+    append(text, std::to_string(common::TrustEpoch::current()));
     append(text, std::to_string(static_cast<int>(sslData.identityMatchModel)));
     append(text, std::to_string(acceptableTlsVersions));
     append(text, sslData.sniServerName);
@@ -98,7 +100,8 @@ void VerificationLabel::putOn(HttpRequestData& data) {
         return;
     }
     const std::string label = of(data.getSSLData(), data.getRequest()->getOptions()->acceptableTlsVersions);
-    if (label.empty() || curl_easy_setopt(curl, CURLOPT_CAPATH, label.c_str()) != CURLE_OK) {
+    if (label.empty() || curl_easy_setopt(curl, CURLOPT_CAPATH, label.c_str()) != CURLE_OK ||
+        curl_easy_setopt(curl, CURLOPT_PROXY_CAPATH, label.c_str()) != CURLE_OK) {
         // Without a label: a connection of this request's own, for it alone.
         curl_easy_setopt(curl, CURLOPT_FRESH_CONNECT, 1L);
         curl_easy_setopt(curl, CURLOPT_FORBID_REUSE, 1L);

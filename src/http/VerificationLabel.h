@@ -13,7 +13,8 @@ struct SSLData;
 /// libcurl keeps connections open and gives one to a later request for the same server. That request's
 /// certificate is then never judged: it must get only connections that its own verifier, asked for its own
 /// names in its own way, has accepted. libcurl takes a connection for another request only if both handles
-/// have the same CURLOPT_CAPATH, so that option carries a digest of everything that the judgement depends on.
+/// have the same CURLOPT_CAPATH, so that option carries a digest of everything that the judgement depends on;
+/// CURLOPT_PROXY_CAPATH likewise, for the connection to a proxy that is itself reached over TLS.
 /// Requests with equal inputs share connections as ever, in whatever order they come, the others never. That
 /// holds wherever libcurl looks for a connection: within one easy handle, in the cache that the handles of a
 /// multi handle share, and for requests that would share one HTTP/2 connection.
@@ -25,7 +26,8 @@ public:
     VerificationLabel() = delete;
 
     /// The label for such a handshake: of which verifier (the object, for as long as it lives), in which
-    /// model, for which names, with which TLS versions. How the server is shown to a user is no part of it.
+    /// model, for which names, with which TLS versions, since when (common::TrustEpoch). How the server is
+    /// shown to a user is no part of it.
     static std::string of(const SSLData& sslData, long acceptableTlsVersions);
 
     /// Puts the label of the request's present SSLData on its easy handle: before each transfer, and again

@@ -513,6 +513,16 @@ TEST_F(BaseCertVerifierTest, APolicyForInvalidCertificatesReachesTheHandlerAndIs
     EXPECT_EQ(result.statuses, Statuses{CertStatus::VALID});
 }
 
+TEST_F(BaseCertVerifierTest, ARemovedPolicyDecidesNothingAnyMore) {
+    const auto verifier = verifierOver({CertStatus::UNKNOWN});
+    verifier->addPolicy(InvalidCertManagementPolicy::SILENTLY_SUCCEED_POLICY);
+    verifier->removePolicy(Policy::PolicyNature::INVALID_CERT_MANAGEMENT);
+    EXPECT_EQ(verifier->verifyCertificate(leaf_.get(), "server.test").result, CertResult::FAILURE);
+    verifier->addPolicy(InvalidCertManagementPolicy::SILENTLY_SUCCEED_POLICY);
+    verifier->resetForTesting();
+    EXPECT_EQ(verifier->verifyCertificate(leaf_.get(), "server.test").result, CertResult::FAILURE);
+}
+
 TEST_F(BaseCertVerifierTest, AWeakKeyIsNeverIgnoredInFipsMode) {
     const FipsMode fips;
     strength_->answer = CertKeyStrengthResult::FAILURE;
