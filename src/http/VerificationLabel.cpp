@@ -100,8 +100,7 @@ void VerificationLabel::putOn(HttpRequestData& data) {
         return;
     }
     const std::string label = of(data.getSSLData(), data.getRequest()->getOptions()->acceptableTlsVersions);
-    if (label.empty() || curl_easy_setopt(curl, CURLOPT_CAPATH, label.c_str()) != CURLE_OK ||
-        curl_easy_setopt(curl, CURLOPT_PROXY_CAPATH, label.c_str()) != CURLE_OK) {
+    if (label.empty() || curl_easy_setopt(curl, CURLOPT_CAPATH, label.c_str()) != CURLE_OK) {
         // Without a label: a connection of this request's own, for it alone.
         curl_easy_setopt(curl, CURLOPT_FRESH_CONNECT, 1L);
         curl_easy_setopt(curl, CURLOPT_FORBID_REUSE, 1L);

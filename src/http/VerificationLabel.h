@@ -13,8 +13,7 @@ struct SSLData;
 /// libcurl keeps connections open and gives one to a later request for the same server. That request's
 /// certificate is then never judged: it must get only connections that its own verifier, asked for its own
 /// names in its own way, has accepted. libcurl takes a connection for another request only if both handles
-/// have the same CURLOPT_CAPATH, so that option carries a digest of everything that the judgement depends on;
-/// CURLOPT_PROXY_CAPATH likewise, for the connection to a proxy that is itself reached over TLS.
+/// have the same CURLOPT_CAPATH, so that option carries a digest of everything that the judgement depends on.
 /// Requests with equal inputs share connections as ever, in whatever order they come, the others never. That
 /// holds wherever libcurl looks for a connection: within one easy handle, in the cache that the handles of a
 /// multi handle share, and for requests that would share one HTTP/2 connection.
