@@ -1,5 +1,6 @@
 #include "http/VerificationLabel.h"
 
+#include "common/TrustEpoch.h"
 #include "core/Mutex.h"
 #include "core/ScopedLock.h"
 #include "http/HttpRequestData.h"
@@ -80,6 +81,7 @@ std::string digestOf(const std::string& text) {
 std::string VerificationLabel::of(const SSLData& sslData, long acceptableTlsVersions) {
     std::string text;
     append(text, std::to_string(verifierNumbers().of(sslData.certVerifier)));
+    append(text, std::to_string(common::TrustEpoch::current()));
     append(text, std::to_string(static_cast<int>(sslData.identityMatchModel)));
     append(text, std::to_string(acceptableTlsVersions));
     append(text, sslData.sniServerName);

@@ -25,7 +25,8 @@ public:
     VerificationLabel() = delete;
 
     /// The label for such a handshake: of which verifier (the object, for as long as it lives), in which
-    /// model, for which names, with which TLS versions. How the server is shown to a user is no part of it.
+    /// model, for which names, with which TLS versions, since when (common::TrustEpoch). How the server is
+    /// shown to a user is no part of it.
     static std::string of(const SSLData& sslData, long acceptableTlsVersions);
 
     /// Puts the label of the request's present SSLData on its easy handle: before each transfer, and again

@@ -16,7 +16,9 @@
 #include "cert/utils/KeyUsageParser.h"
 #include "cert/utils/KeyUsageParserFactory.h"
 #include "common/FipsUtils.h"
+#include "common/TrustEpoch.h"
 #include "core/Log.h"
+#include "core/ScopedLock.h"
 #include "http/CommonCriteriaUsagePolicy.h"
 #include "zebdiagnostics/ZEBDiagnostics.h"
 
@@ -146,8 +148,34 @@ void BaseCertVerifier::addPolicy(std::shared_ptr<Policy> policy) {
         policy = strippedForFips(policy);
     }
     // Both sets must stay alike, as the handler decides with its own.
+    const ScopedLock lock(policiesMutex_);
+    const bool same = getPolicy(policy->getNature()) == policy;
     PolicyDriven::addPolicy(policy);
     platformVerificationHandler_->addPolicy(std::move(policy));
+    if (!same) {
+        forgetWhatWasTrusted();
+    }
+}
+
+void BaseCertVerifier::removePolicy(Policy::PolicyNature::Nature nature) {
+    const ScopedLock lock(policiesMutex_);
+    PolicyDriven::removePolicy(nature);
+    platformVerificationHandler_->removePolicy(nature);
+    forgetWhatWasTrusted();
+}
+
+void BaseCertVerifier::resetForTesting() {
+    const ScopedLock lock(policiesMutex_);
+    PolicyDriven::resetForTesting();
+    platformVerificationHandler_->resetForTesting();
+    forgetWhatWasTrusted();
+}
+
+/// No connection depends on a verifier that has judged nothing yet.
+void BaseCertVerifier::forgetWhatWasTrusted() const {
+    if (hasJudged_) {
+        common::TrustEpoch::advance();
+    }
 }
 
 // --- from the first check to the final result --------------------------------------------------------------
@@ -181,6 +209,7 @@ bool BaseCertVerifier::verifyCertificateAsync(
 
 CertResult BaseCertVerifier::doVerifyCertificate(const std::shared_ptr<CertContainer>& container,
                                                  const Identity& identity) {
+    hasJudged_ = true;  // before the first look at a policy
     const Parsers parsers = buildParsers(isCommonCriteriaEnabled());
     if (!parse(parsers, *container)) {
         return failure(CertStatus::INTERNAL_ERROR);

@@ -6,7 +6,9 @@
 #include "cert/common/CertStatus.h"
 #include "common/PolicyDriven.h"
 #include "core/Export.h"
+#include "core/Mutex.h"
 
+#include <atomic>
 #include <memory>
 #include <set>
 #include <string>
@@ -58,7 +60,11 @@ public:
 
     /// Null is ignored. In FIPS mode a policy that ignores conditions loses wrong usage and weak keys:
     /// they are never ignored then. (A default of the store isn't stripped so.)
+    ///
+    /// A request that begins after a change of policies gets no connection that was judged before it.
     void addPolicy(std::shared_ptr<common::Policy> policy) override;
+    void removePolicy(common::Policy::PolicyNature::Nature nature) override;
+    void resetForTesting() override;
 
     // Each takes the place of what the constructor made; null is ignored.
     void setCertContainerFactory(std::shared_ptr<CertContainerFactory> factory);
@@ -94,6 +100,7 @@ private:
                                       const CertResult& independent);
     static void addDiagnosticsRecords(const std::string& identifierToDisplay, const CertResult& result);
     void applyIgnoreInvalidCertConditionPolicy(CertResult& result) const;
+    void forgetWhatWasTrusted() const;
 
     std::shared_ptr<CertContainerFactory> certContainerFactory_;
     const std::shared_ptr<PlatformCertVerifier> platformCertVerifier_;
@@ -102,6 +109,8 @@ private:
     std::shared_ptr<KeyStrengthParserFactory> keyStrengthParserFactory_;
     std::shared_ptr<CertificateDataFactory> certificateDataFactory_;
     const std::shared_ptr<PlatformVerificationHandler> platformVerificationHandler_;
+    Mutex policiesMutex_;  ///< for changes alone: keeps the handler's policies like those here
+    std::atomic<bool> hasJudged_{false};
 };
 
 }  // namespace zeb::cert

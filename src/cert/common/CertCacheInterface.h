@@ -4,7 +4,8 @@
 
 namespace zeb::cert {
 
-/// How a host makes this process forget decisions about certificates, on a user's sign-out say. Any thread.
+/// How a host makes this process forget decisions about certificates, on a user's sign-out say.
+/// Requests that begin afterwards get no connection that was opened before. Any thread.
 class ZEBNETUTILS_EXPORT CertCacheInterface {
 public:
     CertCacheInterface() = delete;

@@ -1,3 +1,5 @@
+#include "cert/InvalidCertManagementPolicy.h"
+#include "cert/common/CertCacheInterface.h"
 #include "cert/common/CertStatus.h"
 #include "cert/common/CertVerifier.h"
 #include "cert/common/PlatformCertVerifier.h"
@@ -7,6 +9,7 @@
 #include "http/HttpClientData.h"
 #include "http/HttpRequestData.h"
 #include "http/HttpRequestOptions.h"
+#include "http/Proxy.h"
 #include "http/Request.h"
 #include "http/Response.h"
 #include "http/SSLData.h"
@@ -16,6 +19,7 @@
 #include "support/CurlOptionSpy.h"
 #include "support/FakeCertVerifier.h"
 #include "support/LoopbackServer.h"
+#include "support/TunnelProxy.h"
 
 #include <functional>
 #include <memory>
@@ -34,6 +38,8 @@ using zeb::test::CurlOptionSpy;
 using zeb::test::FakeCertVerifier;
 using zeb::test::IssuedCertificate;
 using zeb::test::LoopbackServer;
+using zeb::test::RefusedPort;
+using zeb::test::TunnelProxy;
 
 // What the label is made of
 
@@ -98,6 +104,17 @@ TEST(VerificationLabelTest, AVerifierThatHasGoneLeavesItsLabelToNobody) {
 TEST(VerificationLabelTest, ARequestWithoutAHandleIsLeftAlone) {
     HttpRequestData data(std::make_shared<Request>("https://localhost/"), nullptr);
     EXPECT_NO_FATAL_FAILURE(VerificationLabel::putOn(data));
+}
+
+TEST(VerificationLabelTest, WhatWasTrustedBeforeDecisionsWereForgottenHasAnother) {
+    const SSLData data = someData();
+    const std::string atFirst = VerificationLabel::of(data, 7);
+    cert::CertCacheInterface::clearAcceptedInvalidCerts();
+    const std::string later = VerificationLabel::of(data, 7);
+    EXPECT_NE(later, atFirst);
+    cert::CertCacheInterface::clearInvalidCertificateCache();
+    EXPECT_NE(VerificationLabel::of(data, 7), later);
+    EXPECT_NE(VerificationLabel::of(data, 7), atFirst);
 }
 
 // What comes of it on the wire
@@ -227,6 +244,132 @@ TEST_F(KeptConnectionTest, WithoutALabelARequestGetsAConnectionForItselfAlone) {
     EXPECT_TRUE(server.waitForEnded(1));
     ASSERT_EQ(get(server), HttpClientResult::SUCCESS);
     EXPECT_EQ(server.connections(), 2U) << "the labelled one is still good for its own";
+}
+
+TEST_F(KeptConnectionTest, AnAcceptedHostLeadsNowhereThatItsOwnVerificationRefuses) {
+    LoopbackServer bad(hello, presenting({"service.test"}));
+    const std::string away = bad.secureUrl("/");
+    LoopbackServer good(
+        [&away](const LoopbackServer::Request&) {
+            return LoopbackServer::Reply::response(302, "", {{"Location", away}});
+        },
+        presenting({"localhost", "service.test"}));
+    EXPECT_EQ(get(good), HttpClientResult::CERTIFICATE_VALIDATION_ERROR);
+    EXPECT_EQ(run(expecting(good.secureUrl("/"), {"service.test"})),
+              HttpClientResult::CERTIFICATE_VALIDATION_ERROR);
+    EXPECT_EQ(good.requests().size(), 2U);
+    EXPECT_TRUE(bad.requests().empty()) << "nothing was sent there";
+}
+
+TEST_F(KeptConnectionTest, AFailoverIsJudgedUnderTheNameOfTheNextUrl) {
+    const RefusedPort nobody;
+    const auto failingOverTo = [&](const LoopbackServer& server) {
+        const auto request = std::make_shared<Request>(nobody.url("/"));
+        request->getOptions()->failoverUrls = {server.secureUrl("/")};
+        return request;
+    };
+    LoopbackServer good(hello, presenting({"localhost"}));
+    EXPECT_EQ(run(failingOverTo(good)), HttpClientResult::SUCCESS);
+    LoopbackServer bad(hello, presenting({"service.test"}));
+    ASSERT_EQ(run(expecting(bad.secureUrl("/"), {"service.test"})), HttpClientResult::SUCCESS);
+    EXPECT_EQ(run(failingOverTo(bad)), HttpClientResult::CERTIFICATE_VALIDATION_ERROR);
+    EXPECT_EQ(bad.requests().size(), 1U) << "not over the connection that was kept";
+}
+
+std::shared_ptr<Request> through(const std::string& proxyUrl, std::shared_ptr<Request> request) {
+    const auto proxy = std::make_shared<Proxy>();
+    proxy->setProxyServer(proxyUrl, ProxyType::HTTP);
+    request->setProxy(proxy);
+    return request;
+}
+
+TEST_F(KeptConnectionTest, ATunnelOfAProxyIsSharedByRequestsOfEqualInputsAndLentToNoOthers) {
+    LoopbackServer server(hello, presenting({"service.test"}));
+    const TunnelProxy proxy(server.port());
+    for (int i = 0; i < 2; ++i) {
+        ASSERT_EQ(run(through(proxy.url(), expecting(server.secureUrl("/"), {"service.test"}))),
+                  HttpClientResult::SUCCESS);
+    }
+    EXPECT_EQ(proxy.tunnels(), 1U);
+    EXPECT_EQ(run(through(proxy.url(), std::make_shared<Request>(server.secureUrl("/")))),
+              HttpClientResult::CERTIFICATE_VALIDATION_ERROR);
+    EXPECT_EQ(server.requests().size(), 2U);
+}
+
+TEST_F(KeptConnectionTest, AConnectionToAProxyOverTlsIsLentToNoRequestOfOtherNames) {
+    LoopbackServer proxy(hello, presenting({"localhost"}));
+    const std::string url = "https://localhost:" + std::to_string(proxy.port());
+    for (int i = 0; i < 2; ++i) {
+        ASSERT_EQ(run(through(url, expecting("http://inside.test/", {"localhost"}))),
+                  HttpClientResult::SUCCESS);
+    }
+    EXPECT_EQ(proxy.connections(), 1U);
+    EXPECT_EQ(run(through(url, std::make_shared<Request>("http://inside.test/"))),
+              HttpClientResult::CERTIFICATE_VALIDATION_ERROR)
+        << "the proxy's certificate is judged, too, and for that name it has none";
+    EXPECT_EQ(proxy.requests().size(), 2U);
+}
+
+// What was trusted can be taken back
+
+class UntrustingPlatform : public cert::PlatformCertVerifier {
+public:
+    std::set<cert::CertStatus::Status> verifyCertificate(const x509_st*) override {
+        return {cert::CertStatus::UNKNOWN};
+    }
+    std::set<cert::CertStatus::Status> verifyCertificate(const x509_store_ctx_st*) override {
+        return {cert::CertStatus::UNKNOWN};
+    }
+};
+
+class WithdrawnTrustTest : public testing::Test {
+protected:
+    using Management = cert::InvalidCertManagementPolicy;
+
+    WithdrawnTrustTest() { verifier_->addPolicy(Management::SILENTLY_SUCCEED_POLICY); }
+
+    HttpClientResult::Result get() {
+        Response response;
+        return client_->execute(std::make_shared<Request>(server_.secureUrl("/")), response);
+    }
+
+    LoopbackServer server_{hello, presenting({"localhost"})};
+    const std::shared_ptr<cert::CertVerifier> verifier_ =
+        std::make_shared<cert::CertVerifier>(std::make_shared<UntrustingPlatform>());
+    const std::shared_ptr<BasicHttpClientImpl> client_ = BasicHttpClientImpl::buildBasicHttpClientImpl(
+        nullptr, std::make_shared<netutils::adapters::HttpCertAdapter>(verifier_), nullptr, nullptr);
+};
+
+TEST_F(WithdrawnTrustTest, AConnectionThatAFormerPolicyLetThroughServesNoLaterRequest) {
+    ASSERT_EQ(get(), HttpClientResult::SUCCESS);
+    verifier_->addPolicy(Management::SILENTLY_FAIL_POLICY);
+    EXPECT_EQ(get(), HttpClientResult::CERTIFICATE_VALIDATION_ERROR);
+    EXPECT_EQ(server_.requests().size(), 1U) << "nothing was sent";
+}
+
+TEST_F(WithdrawnTrustTest, NeitherDoesOneWhosePolicyWasRemoved) {
+    ASSERT_EQ(get(), HttpClientResult::SUCCESS);
+    verifier_->removePolicy(common::Policy::PolicyNature::INVALID_CERT_MANAGEMENT);
+    EXPECT_EQ(get(), HttpClientResult::CERTIFICATE_VALIDATION_ERROR);
+    EXPECT_EQ(server_.requests().size(), 1U);
+}
+
+TEST_F(WithdrawnTrustTest, OnceDecisionsAreForgottenTheCertificateIsJudgedAnew) {
+    for (int i = 0; i < 2; ++i) {
+        ASSERT_EQ(get(), HttpClientResult::SUCCESS);
+    }
+    EXPECT_EQ(server_.connections(), 1U);
+    cert::CertCacheInterface::clearAcceptedInvalidCerts();
+    ASSERT_EQ(get(), HttpClientResult::SUCCESS);
+    EXPECT_EQ(server_.connections(), 2U);
+}
+
+TEST_F(WithdrawnTrustTest, ThePolicyThatIsThereAlreadyAndAVerifierThatHasJudgedNothingCostNoConnection) {
+    ASSERT_EQ(get(), HttpClientResult::SUCCESS);
+    verifier_->addPolicy(Management::SILENTLY_SUCCEED_POLICY);
+    cert::CertVerifier(std::make_shared<UntrustingPlatform>()).addPolicy(Management::SILENTLY_FAIL_POLICY);
+    ASSERT_EQ(get(), HttpClientResult::SUCCESS);
+    EXPECT_EQ(server_.connections(), 1U);
 }
 
 // The connection cache that the handles of a multi handle share

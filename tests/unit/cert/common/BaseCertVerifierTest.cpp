@@ -62,6 +62,30 @@ TEST_F(BaseCertVerifierTest, AnInvalidIdentityFailsBeforeAnyParsing) {
     EXPECT_THAT(records(), IsEmpty());
 }
 
+TEST_F(BaseCertVerifierTest, OfTwoThatAreInvalidTheContainerIsComplainedOf) {
+    verifierOver({CertStatus::VALID})->verifyCertificate(nullptr, IdentityBuilder().build());
+    EXPECT_TRUE(logged(ZEBLOG_ERROR, "Received an invalid certContainer"));
+    EXPECT_FALSE(log_.contains("Received an invalid identity"));
+}
+
+TEST_F(BaseCertVerifierTest, TheHandlerIsToldTheMatchedNameOrAsynchronouslyTheFirst) {
+    const Identity identity = IdentityBuilder().referenceIdentifiers({"first.test", "server.test"}).build();
+    const auto verifier = verifierOver({CertStatus::UNKNOWN});
+    verifier->addPolicy(InvalidCertManagementPolicy::SILENTLY_SUCCEED_POLICY);
+    const CertResult waited = verifier->verifyCertificate(container(), identity);
+    EXPECT_EQ(waited.identifierStatus.getMatchedIdentifier(), "server.test");
+    CertResult atOnce;
+    unsigned int id = 5;
+    EXPECT_TRUE(verifier->verifyCertificateAsync(container(), identity, nullptr, atOnce, id));
+    EXPECT_EQ(atOnce.identifierStatus.getMatchedIdentifier(), "first.test");
+}
+
+TEST_F(BaseCertVerifierTest, AMatchedNameIsKeptThoughTheChainIsNotTrusted) {
+    const Identity identity = IdentityBuilder().referenceIdentifier("server.test").build();
+    verifierOver({CertStatus::UNKNOWN})->verifyCertificate(container(), identity);
+    EXPECT_EQ(identity.getMatchedReferenceIdentifier(), "server.test");
+}
+
 TEST_F(BaseCertVerifierTest, TheAsynchronousGateLeavesItsOutputUntouched) {
     const auto verifier = verifierOver({CertStatus::VALID});
     const Identity valid = IdentityBuilder().referenceIdentifier("server.test").build();
@@ -131,6 +155,14 @@ TEST_F(BaseCertVerifierTest, ReadingEndsAtTheFirstFailure) {
     strength_->parsing = CertKeyStrengthResult::INTERNAL_ERROR;
     verify();
     EXPECT_FALSE(log_.contains("Parsing of key"));
+}
+
+TEST_F(BaseCertVerifierTest, UsagesAreReadBeforeTheKey) {
+    usage_->parsing = CertKeyUsageResult::INTERNAL_ERROR;
+    strength_->parsing = CertKeyStrengthResult::INTERNAL_ERROR;
+    verify();
+    EXPECT_TRUE(log_.contains("Parsing of key usage"));
+    EXPECT_FALSE(log_.contains("Parsing of key strength failed"));
 }
 
 TEST_F(BaseCertVerifierTest, ACertificateThatNamesNobodyIsAnInternalError) {
@@ -300,6 +332,7 @@ TEST_P(IdentityCheckTest, SniAloneElseTheMandatoryOneAndAReference) {
         EXPECT_EQ(result.result, CertResult::FAILURE);
         EXPECT_EQ(result.statuses, Statuses{CertStatus::CN_NO_MATCH});
         EXPECT_EQ(result.identifierStatus.getStatus(), CertIdentifierStatus::NO_MATCH_FOUND);
+        EXPECT_EQ(result.identifierStatus.getMatchedIdentifier(), "");
         EXPECT_TRUE(log_.contains(ZEBLOG_ERROR, "Verification of identity: "));
     } else {
         EXPECT_EQ(result.result, CertResult::SUCCESS);
@@ -458,6 +491,8 @@ TEST_F(BaseCertVerifierTest, AFailureLeavesARecordOfWhatWasShownAndWhy) {
     EXPECT_EQ(record.name, "The server");
     EXPECT_EQ(record.value, "[CN_NO_MATCH UNKNOWN]");
     EXPECT_EQ(record.flag, 0);
+    EXPECT_EQ(record.text, "");
+    EXPECT_EQ(record.furtherText, "");
 }
 
 // Conditions that are ignored
@@ -511,6 +546,16 @@ TEST_F(BaseCertVerifierTest, APolicyForInvalidCertificatesReachesTheHandlerAndIs
     const CertResult result = verifier->verifyCertificate(leaf_.get(), "server.test");
     EXPECT_EQ(result.result, CertResult::SUCCESS);
     EXPECT_EQ(result.statuses, Statuses{CertStatus::VALID});
+}
+
+TEST_F(BaseCertVerifierTest, ARemovedPolicyDecidesNothingAnyMore) {
+    const auto verifier = verifierOver({CertStatus::UNKNOWN});
+    verifier->addPolicy(InvalidCertManagementPolicy::SILENTLY_SUCCEED_POLICY);
+    verifier->removePolicy(Policy::PolicyNature::INVALID_CERT_MANAGEMENT);
+    EXPECT_EQ(verifier->verifyCertificate(leaf_.get(), "server.test").result, CertResult::FAILURE);
+    verifier->addPolicy(InvalidCertManagementPolicy::SILENTLY_SUCCEED_POLICY);
+    verifier->resetForTesting();
+    EXPECT_EQ(verifier->verifyCertificate(leaf_.get(), "server.test").result, CertResult::FAILURE);
 }
 
 TEST_F(BaseCertVerifierTest, AWeakKeyIsNeverIgnoredInFipsMode) {

@@ -3,6 +3,7 @@
 #include "cert/common/CertVerifierFactory.h"
 #include "cert/common/XmppCertVerifier.h"
 
+#include <cstdlib>
 #include <functional>
 
 namespace zeb::cert::test {
@@ -238,11 +239,18 @@ TEST_F(CertVerifierFactoryTest, AVerifierOnceSetIsTheOneOfEveryCall) {
     EXPECT_NE(CertVerifierFactory::createCertVerifier(), own);
 }
 
-TEST_F(CertVerifierFactoryTest, TheBannerIsWrittenOnce) {
-    const LogCapture log;
-    CertVerifierFactory::createCertVerifier();
-    CertVerifierFactory::createCertVerifier();
-    EXPECT_LE(log.linesOf("zeb.netutils.version").size(), 1U);
+TEST(CertVerifierFactoryDeathTest, TheBannerIsWrittenOnceAndNotForXmpp) {
+    testing::FLAGS_gtest_death_test_style = "threadsafe";  // a process that has written none yet
+    EXPECT_EXIT(
+        {
+            const LogCapture log;
+            CertVerifierFactory::createXmppCertVerifier();
+            const bool none = log.linesOf("zeb.netutils.version").empty();
+            CertVerifierFactory::createCertVerifier();
+            CertVerifierFactory::createCertVerifier();
+            std::_Exit(none && log.linesOf("zeb.netutils.version").size() == 1 ? 0 : 1);
+        },
+        testing::ExitedWithCode(0), "");
 }
 
 }  // namespace
