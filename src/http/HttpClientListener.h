@@ -7,9 +7,12 @@
 
 namespace zeb::http {
 
-/// Implemented by the host: hears how a request goes on. Every accepted asynchronous request gets exactly one
-/// of onRequestFailed and onRequestCompleted, on a thread of the client's pool, with no lock held; progress
-/// comes on the thread that transfers, so a slow listener slows the transfer. A listener must not throw.
+/// Implemented by the host: hears how a request goes on, with no lock held. Every accepted asynchronous
+/// request of a basic client gets exactly one of onRequestFailed and onRequestCompleted, on a thread of the
+/// client's pool. A request of a multi client gets one of them on the client's driving thread, or on a thread
+/// of its pool when it fails before its transfer; none when it is cancelled. Progress comes on the thread
+/// that transfers: a slow listener slows the transfer, and all transfers of a multi client. A listener must
+/// not throw.
 class ZEBNETUTILS_EXPORT HttpClientListener {
 public:
     virtual void onRequestFailed(unsigned int requestId, HttpClientResult::Result result) = 0;
