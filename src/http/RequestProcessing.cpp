@@ -32,6 +32,7 @@ constexpr unsigned int MIN_POOL_THREADS = 1;
 constexpr unsigned int POOL_IDLE_SECONDS = 60;
 constexpr long IDLE_WAIT_MS = 30000;
 constexpr int ACTIVITY_WAIT_MS = 20000;
+constexpr long MOMENT_MS = 1;
 
 /// Whose loop the thread runs.
 thread_local const Runnable* drivenByThisThread = nullptr;
@@ -123,6 +124,7 @@ MultiHttpClientImpl::RequestProcessing::~RequestProcessing() = default;
 HttpClientError::Error MultiHttpClientImpl::RequestProcessing::enqueueClientDataOnNewThread(
     ClientData clientData) {
     auto task = std::make_shared<EnqueueClientDataTask>(std::move(clientData), shared_from_this());
+    ++inPool_;
     if (drivenByThisThread == this && moreHaveEnded_) {
         deferredTasks_.push_back(std::move(task));
         return HttpClientError::SUCCESS;
@@ -142,6 +144,14 @@ void MultiHttpClientImpl::RequestProcessing::handOverDeferredTasks() {
 }
 
 void MultiHttpClientImpl::RequestProcessing::enqueueClientData(ClientData clientData) {
+    prepareTransfer(std::move(clientData));
+    if (--inPool_ == 0 && awaitsPool_) {
+        const ScopedLock lock(transfersMutex_);
+        poolIsDone_.signal();
+    }
+}
+
+void MultiHttpClientImpl::RequestProcessing::prepareTransfer(ClientData clientData) {
     if (!running_) {
         lose(clientData);
         return;
@@ -218,7 +228,7 @@ bool MultiHttpClientImpl::RequestProcessing::applyTransformation(
     if (!cookiesSet || !CurlHttpUtils::setUrl(requestData)) {
         return false;
     }
-    // The URL may have brought other names to judge the server by.
+    // The URL, or after a failover the next one, may have brought other names to judge the server by.
     VerificationLabel::putOn(*requestData);
     return true;
 }
@@ -299,6 +309,25 @@ void MultiHttpClientImpl::RequestProcessing::tellOfFallenCount() {
     }
 }
 
+/// A wait for the network, and each pass of libcurl's, looks at every transfer there is. It pays to have the
+/// requests that follow those that have ended with it, rather than a wait and a pass later. Only for a
+/// moment, and not again while the pool is held up: what may block there mustn't hold up the transfers.
+void MultiHttpClientImpl::RequestProcessing::awaitPool() {
+    if (inPool_ == 0) {
+        poolIsHeldUp_ = false;
+        return;
+    }
+    if (poolIsHeldUp_) {
+        return;
+    }
+    const ScopedLock lock(transfersMutex_);
+    awaitsPool_ = true;
+    while (inPool_ != 0 && running_ && !poolIsHeldUp_) {
+        poolIsHeldUp_ = poolIsDone_.timedWait(transfersMutex_, MOMENT_MS) != 0;
+    }
+    awaitsPool_ = false;
+}
+
 /// All that have become ready, each under the mutex by itself.
 void MultiHttpClientImpl::RequestProcessing::addReadyTransfers() {
     {
@@ -357,6 +386,7 @@ int MultiHttpClientImpl::RequestProcessing::performMultiRequests() {
 }
 
 bool MultiHttpClientImpl::RequestProcessing::waitForActivity() {
+    awaitPool();
     addReadyTransfers();
     multiConnection_->giveWay();
     const ScopedLock lock(multiConnection_->getMutex());
@@ -457,7 +487,6 @@ bool MultiHttpClientImpl::RequestProcessing::failOver(const ClientData& clientDa
                                               << curlCode << " Failing over to the next URL");
     requestData->switchToNextUrl(result);
     CurlHttpUtils::setUrl(requestData);
-    VerificationLabel::putOn(*requestData);
     // The handle isn't configured anew, so what the former attempt has left is cleared here.
     RequestSteps::forgetFormerAttempt(*requestData);
     CurlHttpUtils::prepareFile(requestData->getWrapper());
