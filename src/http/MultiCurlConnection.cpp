@@ -120,4 +120,25 @@ void MultiCurlConnection::setCallingOut(bool calling) {
     }
 }
 
+// --- waits -------------------------------------------------------------------------------------------------
+
+bool MultiCurlConnection::beginWait() {
+    const ScopedLock lock(waitMutex_);
+    inWait_ = !interrupted_;
+    return inWait_;
+}
+
+void MultiCurlConnection::endWait() {
+    const ScopedLock lock(waitMutex_);
+    inWait_ = false;
+}
+
+void MultiCurlConnection::interruptWait() {
+    const ScopedLock lock(waitMutex_);
+    interrupted_ = true;
+    if (inWait_) {
+        sockets_.shutdownAll();
+    }
+}
+
 }  // namespace zeb::http

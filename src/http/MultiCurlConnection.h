@@ -71,9 +71,13 @@ public:
 
     /// Makes the sockets of the connections known here that this handle (`CURL*`) makes: before it is added.
     void watchSocketsOf(void* easy) { sockets_.watch(easy); }
+    /// Before a wait of the driving thread for the network; false once interruptWait() has been called.
+    bool beginWait();
+    void endWait();
     /// Ends the connections under a wait of the driving thread, so that it returns at once. For the end: all
-    /// transfers fail.
-    void interruptWait() { sockets_.shutdownAll(); }
+    /// transfers fail, and there are no more waits. Not while libcurl is at work: it closes a socket that is
+    /// still connecting by itself.
+    void interruptWait();
 
 private:
     OpenSockets sockets_;  ///< outlives the handle, whose connections it knows
@@ -82,6 +86,10 @@ private:
     Mutex mutex_;
 
     void letIn();
+
+    Mutex waitMutex_;  ///< guards the two, and holds the driving thread back while sockets are shut down
+    bool inWait_ = false;
+    bool interrupted_ = false;
 
     Mutex visitsMutex_;  ///< guards what follows
     Condition visitorsMayEnter_;

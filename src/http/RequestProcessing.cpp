@@ -389,10 +389,17 @@ bool MultiHttpClientImpl::RequestProcessing::waitForActivity() {
     awaitPool();
     addReadyTransfers();
     multiConnection_->giveWay();
-    const ScopedLock lock(multiConnection_->getMutex());
-    int descriptors = 0;
-    return curl_multi_wait(multiConnection_->getHandle(), nullptr, 0, ACTIVITY_WAIT_MS, &descriptors) ==
-           CURLM_OK;
+    if (!multiConnection_->beginWait()) {
+        return true;  // the end has come
+    }
+    CURLMcode code = CURLM_OK;
+    {
+        const ScopedLock lock(multiConnection_->getMutex());
+        int descriptors = 0;
+        code = curl_multi_wait(multiConnection_->getHandle(), nullptr, 0, ACTIVITY_WAIT_MS, &descriptors);
+    }
+    multiConnection_->endWait();
+    return code == CURLM_OK;
 }
 
 // --- the end of a transfer ---------------------------------------------------------------------------------

@@ -111,5 +111,15 @@ TEST(MultiCurlConnectionTest, AVisitorComesInWhileAListenerIsCalled) {
     connection.stopDriving();
 }
 
+TEST(MultiCurlConnectionTest, OnceInterruptedItWaitsNoMore) {
+    MultiCurlConnection connection;
+    EXPECT_TRUE(connection.beginWait());
+    connection.endWait();
+    EXPECT_TRUE(connection.beginWait());
+    connection.interruptWait();
+    connection.endWait();
+    EXPECT_FALSE(connection.beginWait());
+}
+
 }  // namespace
 }  // namespace zeb::http::test
