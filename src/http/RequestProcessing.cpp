@@ -5,6 +5,7 @@
 #include "core/SecureStringUtils.h"
 #include "http/CurlAnswerEvaluator.h"
 #include "http/CurlHttpUtils.h"
+#include "http/EdgePolicy.h"
 #include "http/EnqueueClientDataTask.h"
 #include "http/HttpClientListener.h"
 #include "http/HttpRequestData.h"
@@ -196,7 +197,10 @@ bool MultiHttpClientImpl::RequestProcessing::enforceEdgeUsagePolicy(const Client
     }
     ZEB_LOG_DEBUG(log::httpClient(), prefix() << "Edge policy enforced successfully with transformed Url: "
                                               << RequestSteps::hiddenUrl(*requestData));
-    return applyTransformation(requestData);
+    // Under this policy the transformer isn't asked: headers, token, cookies and names are as configured.
+    const bool asConfigured = clientData->getEdgePolicy() == EdgePolicy::NEVER_USE_EDGE_POLICY &&
+                              requestData->getFailedUrlInfo().empty();
+    return asConfigured ? CurlHttpUtils::setUrl(requestData) : applyTransformation(requestData);
 }
 
 void MultiHttpClientImpl::RequestProcessing::logEnforcingResult(TransformResult::Result result) const {
