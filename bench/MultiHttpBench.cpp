@@ -2,13 +2,18 @@
 // process of its own: GETs of 1 KiB with a fixed number of them in flight, as many again as have ended.
 //
 // Both make a new easy handle for each request, as any client that serves unlike requests at once must; each
-// takes its next request when one has ended, on the thread that drives libcurl. ZEB_BENCH_POOL=N: the threads
-// of the client's pool (default 2).
+// takes its next request when one has ended, on the thread that drives libcurl. Raw sets every option that
+// the client sets for such a request, once, with callbacks that do the least: keep the body and the header
+// lines. Both run under the allocator hooks, which are the process's. What the client does besides is its
+// own: it lends no handle out twice, applies its policies on another thread, sets headers, cookies and URL
+// anew after the edge, reads addresses and cookies of the answer, and reports to its listener and to the
+// network event reporter. ZEB_BENCH_POOL=N: the threads of the client's pool (default 2).
 
 // The progress function is the one that the client sets; its deprecation is known.
 #define CURL_DISABLE_DEPRECATION
 
 #include "BenchServer.h"
+#include "http/CommonCriteriaUsagePolicy.h"
 #include "http/HttpClientListener.h"
 #include "http/HttpRequestOptions.h"
 #include "http/MultiHttpClient.h"
@@ -26,6 +31,8 @@
 #include <future>
 #include <memory>
 #include <string>
+#include <sys/socket.h>
+#include <unistd.h>
 #include <vector>
 
 #include <benchmark/benchmark.h>
@@ -35,6 +42,8 @@ namespace {
 
 constexpr std::size_t BODY_SIZE = 1024;
 constexpr int ROUNDS = 7;
+/// As long as the client's label.
+constexpr char CA_PATH[] = "/dev/null/0123456789abcdef0123456789abcdef0123456789abcdef0123456789abcdef";
 
 const zeb::bench::Server& server() {
     static const zeb::bench::Server instance(BODY_SIZE);
@@ -68,6 +77,8 @@ Cost costOf(const Function& function) {
 // --- raw ---------------------------------------------------------------------------------------------------
 
 struct RawRequest {
+    curl_slist* list = curl_slist_append(nullptr, "User-Agent: bench");
+    char error[CURL_ERROR_SIZE] = "";
     std::string body;
     std::vector<std::string> headers;
 };
@@ -92,15 +103,25 @@ int hearProgress(void* /*request*/, double /*dlTotal*/, double /*dlNow*/, double
     return 0;
 }
 
+CURLcode leaveContext(CURL* /*curl*/, void* /*context*/, void* /*request*/) {
+    return CURLE_OK;
+}
+
+curl_socket_t openSocket(void* /*client*/, curlsocktype /*purpose*/, curl_sockaddr* address) {
+    return ::socket(address->family, address->socktype | SOCK_CLOEXEC, address->protocol);
+}
+
+int closeSocket(void* /*client*/, curl_socket_t socket) {
+    return ::close(socket);
+}
+
 class RawClient {
 public:
-    RawClient() : multi_(curl_multi_init()), list_(curl_slist_append(nullptr, "User-Agent: bench")) {
+    RawClient() : multi_(curl_multi_init()) {
         curl_multi_setopt(multi_, CURLMOPT_PIPELINING, 1L);
+        curl_multi_setopt(multi_, CURLMOPT_PIPELINING, CURLPIPE_HTTP1 | CURLPIPE_MULTIPLEX);
     }
-    ~RawClient() {
-        curl_multi_cleanup(multi_);
-        curl_slist_free_all(list_);
-    }
+    ~RawClient() { curl_multi_cleanup(multi_); }
     RawClient(const RawClient&) = delete;
     RawClient& operator=(const RawClient&) = delete;
 
@@ -137,14 +158,16 @@ private:
         CURL* const curl = curl_easy_init();
         auto* const request = new RawRequest;
         curl_easy_setopt(curl, CURLOPT_PRIVATE, request);
-        curl_easy_setopt(curl, CURLOPT_HTTPHEADER, list_);
+        curl_easy_setopt(curl, CURLOPT_HTTPHEADER, request->list);
         curl_easy_setopt(curl, CURLOPT_HEADERFUNCTION, &keepHeader);
         curl_easy_setopt(curl, CURLOPT_HEADERDATA, request);
         curl_easy_setopt(curl, CURLOPT_URL, server().url().c_str());
         curl_easy_setopt(curl, CURLOPT_HTTPGET, 1L);
         curl_easy_setopt(curl, CURLOPT_WRITEFUNCTION, &appendBody);
         curl_easy_setopt(curl, CURLOPT_WRITEDATA, request);
+        curl_easy_setopt(curl, CURLOPT_ERRORBUFFER, request->error);
         curl_easy_setopt(curl, CURLOPT_DEBUGFUNCTION, &hearNothing);
+        curl_easy_setopt(curl, CURLOPT_DEBUGDATA, request);
         curl_easy_setopt(curl, CURLOPT_FOLLOWLOCATION, 1L);
         curl_easy_setopt(curl, CURLOPT_MAXREDIRS, 5L);
         curl_easy_setopt(curl, CURLOPT_NOPROGRESS, 0L);
@@ -154,11 +177,21 @@ private:
         curl_easy_setopt(curl, CURLOPT_SSL_SESSIONID_CACHE, 0L);
         curl_easy_setopt(curl, CURLOPT_SSL_VERIFYHOST, 0L);
         curl_easy_setopt(curl, CURLOPT_CAINFO, nullptr);
-        curl_easy_setopt(curl, CURLOPT_CAPATH, nullptr);
+        curl_easy_setopt(curl, CURLOPT_CAPATH, CA_PATH);
+        curl_easy_setopt(curl, CURLOPT_SSL_CTX_FUNCTION, &leaveContext);
+        curl_easy_setopt(curl, CURLOPT_SSL_CTX_DATA, request);
         curl_easy_setopt(curl, CURLOPT_COOKIELIST, "");
         curl_easy_setopt(curl, CURLOPT_NOSIGNAL, 1L);
         curl_easy_setopt(curl, CURLOPT_CONNECTTIMEOUT_MS, 60000L);
         curl_easy_setopt(curl, CURLOPT_TIMEOUT_MS, 0L);
+        curl_easy_setopt(curl, CURLOPT_SSLVERSION, static_cast<long>(CURL_SSLVERSION_DEFAULT));
+        curl_easy_setopt(curl, CURLOPT_SSL_CIPHER_LIST,
+                         zeb::http::CommonCriteriaUsagePolicy::cipherSuitsDefault);
+        curl_easy_setopt(curl, CURLOPT_IPRESOLVE, static_cast<long>(CURL_IPRESOLVE_WHATEVER));
+        curl_easy_setopt(curl, CURLOPT_OPENSOCKETFUNCTION, &openSocket);
+        curl_easy_setopt(curl, CURLOPT_OPENSOCKETDATA, this);
+        curl_easy_setopt(curl, CURLOPT_CLOSESOCKETFUNCTION, &closeSocket);
+        curl_easy_setopt(curl, CURLOPT_CLOSESOCKETDATA, this);
         curl_multi_add_handle(multi_, curl);
     }
 
@@ -168,12 +201,12 @@ private:
         const bool good = code == CURLE_OK && request->body.size() == BODY_SIZE;
         curl_multi_remove_handle(multi_, curl);
         curl_easy_cleanup(curl);
+        curl_slist_free_all(request->list);
         delete request;
         return good;
     }
 
     CURLM* const multi_;
-    curl_slist* const list_;
 };
 
 // --- ours --------------------------------------------------------------------------------------------------

@@ -49,11 +49,14 @@ void PoolWorker::run() {
     ThreadNameSetter::SetCurrentThreadName(threadNameBase_);
     while (stayAlive(timedOut, lastThread)) {
         std::shared_ptr<Task> task = waitForTask(timedOut);
+        std::string shownName;
         while (task != nullptr) {
-            runTask(std::move(task));
+            runTask(std::move(task), shownName);
             task = takeTask();
         }
-        ThreadNameSetter::SetCurrentThreadName(threadNameBase_);
+        if (!shownName.empty()) {
+            ThreadNameSetter::SetCurrentThreadName(threadNameBase_);
+        }
     }
     if (lastThread) {
         delete this;
@@ -101,12 +104,17 @@ std::shared_ptr<Task> PoolWorker::takeTaskLocked() {
     return task;
 }
 
-void PoolWorker::runTask(std::shared_ptr<Task> task) {
+void PoolWorker::runTask(std::shared_ptr<Task> task, std::string& shownName) {
     {
         const ScopedLock lock(workerMutex_);
         ++busyCount_;
     }
-    ThreadNameSetter::SetCurrentThreadName(task->name());
+    // A system call, saved for all but the first of a row of like tasks.
+    std::string name = task->name();
+    if (name != shownName) {
+        ThreadNameSetter::SetCurrentThreadName(name);
+        shownName = std::move(name);
+    }
     task->execute();
     task.reset();
     const ScopedLock lock(workerMutex_);

@@ -51,7 +51,8 @@ private:
     std::shared_ptr<Task> waitForTask(bool& timedOut);
     std::shared_ptr<Task> takeTask();
     std::shared_ptr<Task> takeTaskLocked();
-    void runTask(std::shared_ptr<Task> task);
+    /// `shownName`: the thread's name, empty while it shows that of an idle one.
+    void runTask(std::shared_ptr<Task> task, std::string& shownName);
     bool queuesEmptyLocked() const;
 
     std::atomic<ThreadPool*> pool_;  ///< null after shutdown; written with the worker mutex held

@@ -28,7 +28,6 @@ namespace zeb::http {
 
 class CertVerifier;
 class CommonCriteriaUsagePolicy;
-class ConnectionGroup;
 class EasyCURLConnection;
 class HttpClientData;
 class Request;
@@ -101,10 +100,6 @@ public:
     bool isAnswered() const { return answered_; }
     void setAnswered() { answered_ = true; }
 
-    /// The connections that this request may ride on, when they are not those of everybody; null for those.
-    const std::shared_ptr<ConnectionGroup>& getConnectionGroup() const { return connectionGroup_; }
-    void setConnectionGroup(std::shared_ptr<ConnectionGroup> group) { connectionGroup_ = std::move(group); }
-
     curl_slist* getConnectToList() const { return connectToList_; }
     /// Takes the list over and frees the former one.
     void setConnectToList(curl_slist* list);
@@ -121,7 +116,6 @@ private:
     std::size_t totalDataReceived_ = 0;
     EdgeTransformer::TransformRequestResult::Result edgeTransformResult_ =
         EdgeTransformer::TransformRequestResult::UNKNOWN;
-    std::shared_ptr<ConnectionGroup> connectionGroup_;  ///< outlives the handle, which is in it
     std::shared_ptr<EasyCURLConnection> curlConnection_;
     bool ownsConnection_ = false;
     std::atomic<void*> easyHandle_{nullptr};  ///< written with curlConnection_

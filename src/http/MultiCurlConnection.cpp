@@ -2,8 +2,6 @@
 
 #include "core/Log.h"
 #include "core/ScopedLock.h"
-#include "http/ConnectionGroup.h"
-#include "http/HttpRequestData.h"
 
 #include <cstdint>
 #include <iomanip>
@@ -15,7 +13,6 @@ namespace zeb::http {
 
 namespace {
 
-constexpr std::size_t KEPT_GROUPS = 8;
 constexpr std::uintptr_t LOW_16_BITS = 0xffff;
 constexpr int FOUR_DIGITS = 4;
 
@@ -34,12 +31,21 @@ std::string prefixOf(const void* handle) {
 
 MultiCurlConnection::MultiCurlConnection() : handle_(curl_multi_init()), logPrefix_(prefixOf(handle_)) {
     if (handle_ != nullptr) {
-        curl_multi_setopt(handle_, CURLMOPT_PIPELINING, 1L);
+        setPipelining(true);
     }
 }
 
 MultiCurlConnection::~MultiCurlConnection() {
     curl_multi_cleanup(handle_);
+}
+
+int MultiCurlConnection::setPipelining(bool enabled) {
+    const CURLMcode code = curl_multi_setopt(handle_, CURLMOPT_PIPELINING, enabled ? CURLPIPE_HTTP1 : 0L);
+    if (enabled && code == CURLM_OK) {
+        // Without this one, the first would turn off what HTTP/2 has in place of pipelining.
+        curl_multi_setopt(handle_, CURLMOPT_PIPELINING, CURLPIPE_HTTP1 | CURLPIPE_MULTIPLEX);
+    }
+    return code;
 }
 
 std::string MultiCurlConnection::threadName(const std::string& prefix) const {
@@ -52,16 +58,16 @@ std::string MultiCurlConnection::threadName(const std::string& prefix) const {
 
 // --- turns -------------------------------------------------------------------------------------------------
 
-MultiCurlConnection::Visit::Visit(MultiCurlConnection& connection, bool patient) : connection_(connection) {
+MultiCurlConnection::Visit::Visit(MultiCurlConnection& connection) : connection_(connection) {
     const ScopedLock lock(connection.visitsMutex_);
-    if (!connection.driving_ || (connection.callingOut_ && !patient)) {
+    if (!connection.driving_ || connection.callingOut_) {
         ++connection.inside_;
         return;
     }
     ++connection.waiting_;
     // Whoever lets us in counts us in.
     for (const std::uint64_t turn = connection.turn_; connection.turn_ == turn;) {
-        if (connection.callingOut_ && !patient) {
+        if (connection.callingOut_) {
             --connection.waiting_;
             ++connection.inside_;
             return;
@@ -114,38 +120,25 @@ void MultiCurlConnection::setCallingOut(bool calling) {
     }
 }
 
-// --- connections -------------------------------------------------------------------------------------------
+// --- waits -------------------------------------------------------------------------------------------------
 
-void MultiCurlConnection::adopt(HttpRequestData& requestData) {
-    CURL* const easy = requestData.getEasyHandle();
-    sockets_.watch(easy);
-    const std::string key = ConnectionGroup::keyOf(requestData);
-    if (!key.empty()) {
-        requestData.setConnectionGroup(
-            ConnectionGroup::isAlone(requestData) ? std::make_shared<ConnectionGroup>() : groupOf(key));
-        requestData.getConnectionGroup()->join(easy);
-    }
+bool MultiCurlConnection::beginWait() {
+    const ScopedLock lock(waitMutex_);
+    inWait_ = !interrupted_;
+    return inWait_;
 }
 
-void MultiCurlConnection::release(HttpRequestData& requestData) {
-    if (requestData.getConnectionGroup() != nullptr) {
-        ConnectionGroup::leave(requestData.getEasyHandle());
-        requestData.setConnectionGroup(nullptr);
-    }
+void MultiCurlConnection::endWait() {
+    const ScopedLock lock(waitMutex_);
+    inWait_ = false;
 }
 
-std::shared_ptr<ConnectionGroup> MultiCurlConnection::groupOf(const std::string& key) {
-    for (auto known = groups_.begin(); known != groups_.end(); ++known) {
-        if (known->first == key) {
-            groups_.splice(groups_.begin(), groups_, known);
-            return groups_.front().second;
-        }
+void MultiCurlConnection::interruptWait() {
+    const ScopedLock lock(waitMutex_);
+    interrupted_ = true;
+    if (inWait_) {
+        sockets_.shutdownAll();
     }
-    groups_.emplace_front(key, std::make_shared<ConnectionGroup>());
-    if (groups_.size() > KEPT_GROUPS) {
-        groups_.pop_back();
-    }
-    return groups_.front().second;
 }
 
 }  // namespace zeb::http

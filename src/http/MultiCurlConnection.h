@@ -7,15 +7,9 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <list>
-#include <memory>
 #include <string>
-#include <utility>
 
 namespace zeb::http {
-
-class ConnectionGroup;
-class HttpRequestData;
 
 /// Owner of one curl multi handle. Every call on the handle is made under getMutex().
 ///
@@ -26,13 +20,22 @@ class HttpRequestData;
 /// the driving thread for no more visitors than were there, and no thread is woken in vain.
 class ZEBNETUTILS_EXPORT MultiCurlConnection {
 public:
-    /// Pipelining is asked for; libcurl since 7.62 accepts that and ignores it.
+    /// With pipelining on.
     MultiCurlConnection();
     /// Closes the kept connections. No transfer may be left in the multi handle.
     ~MultiCurlConnection();
 
     MultiCurlConnection(const MultiCurlConnection&) = delete;
     MultiCurlConnection& operator=(const MultiCurlConnection&) = delete;
+
+    /// Whether many requests may share a connection at a time; under the mutex. A `CURLMcode`, as of the
+    /// first of the calls.
+    ///
+    /// On is CURLMOPT_PIPELINING 1, which asks for pipelining over HTTP/1.1. libcurl accepts that and, since
+    /// 7.62, ignores it; what it takes from the value is that requests are not to share an HTTP/2 connection.
+    /// Therefore that is asked for by a second call, with both bits set. Off is 0: over HTTP/2, too, a
+    /// connection serves one request after the other.
+    int setPipelining(bool enabled);
 
     /// The `CURLM*`; null when libcurl could not make one.
     void* getHandle() const { return handle_; }
@@ -46,9 +49,9 @@ public:
     /// The stay of a thread other than the driving one; each call within it takes the mutex as ever.
     class ZEBNETUTILS_EXPORT Visit {
     public:
-        /// Who isn't patient comes in while a listener is being called, too: that may take its time, and may
-        /// be the visitor itself.
-        Visit(MultiCurlConnection& connection, bool patient);
+        /// Comes in while a listener is being called, too: that may take its time, and may be the visitor
+        /// itself.
+        explicit Visit(MultiCurlConnection& connection);
         ~Visit();
         Visit(const Visit&) = delete;
         Visit& operator=(const Visit&) = delete;
@@ -66,27 +69,27 @@ public:
     /// Around the call of a listener.
     void setCallingOut(bool calling);
 
-    /// Ties the handle of a request that is to be transferred to this connection: its sockets become known
-    /// here, and it shares kept connections only with requests that judge a server as it does. Under the
-    /// mutex, while the handle is in no multi handle.
-    void adopt(HttpRequestData& requestData);
-    /// Undoes it once the handle has left the multi handle; under the mutex.
-    static void release(HttpRequestData& requestData);
+    /// Makes the sockets of the connections known here that this handle (`CURL*`) makes: before it is added.
+    void watchSocketsOf(void* easy) { sockets_.watch(easy); }
+    /// Before a wait of the driving thread for the network; false once interruptWait() has been called.
+    bool beginWait();
+    void endWait();
     /// Ends the connections under a wait of the driving thread, so that it returns at once. For the end: all
-    /// transfers fail.
-    void interruptWait() { sockets_.shutdownAll(); }
+    /// transfers fail, and there are no more waits. Not while libcurl is at work: it closes a socket that is
+    /// still connecting by itself.
+    void interruptWait();
 
 private:
-    std::shared_ptr<ConnectionGroup> groupOf(const std::string& key);
-
-    OpenSockets sockets_;  ///< outlives the handle and the groups, whose connections it knows
+    OpenSockets sockets_;  ///< outlives the handle, whose connections it knows
     void* const handle_;
     const std::string logPrefix_;
     Mutex mutex_;
-    /// The latest groups, so that their connections are kept between requests; under the mutex.
-    std::list<std::pair<std::string, std::shared_ptr<ConnectionGroup>>> groups_;
 
     void letIn();
+
+    Mutex waitMutex_;  ///< guards the two, and holds the driving thread back while sockets are shut down
+    bool inWait_ = false;
+    bool interrupted_ = false;
 
     Mutex visitsMutex_;  ///< guards what follows
     Condition visitorsMayEnter_;

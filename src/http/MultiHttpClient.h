@@ -18,13 +18,13 @@ class Request;
 /// One thread of the client's own drives all transfers; a small pool does for each request what can block
 /// before its transfer: the edge and the question to DNS whether the host exists. Every accepted request is
 /// answered through its listener once: completions, and failures of transfers, on the driving thread;
-/// failures from before the transfer on a pool thread. No lock is held then, so a listener may enqueue; but
-/// one that blocks stops all transfers of the client. Not answered are a cancelled request, one without a
-/// listener, and one that couldn't be configured (see enqueueRequest).
+/// failures from before the transfer on a pool thread (REQUEST_LOST on either). No lock is held then, so a
+/// listener may enqueue; but one that blocks stops all transfers of the client. Not answered are a cancelled
+/// request, one without a listener, and one that couldn't be configured (see enqueueRequest).
 ///
 /// The driving thread waits for the network up to 20 seconds at a time. While all transfers under way are
-/// silent, a new request can wait so long until it joins them, a cancelled one until it ends, and a completed
-/// one until its listener hears of it.
+/// silent, a new request can wait so long until it joins them, and a cancelled one until it ends. The end of
+/// a transfer is told at once.
 ///
 /// The end of the client cancels all transfers; a request that has not become one by then is answered with
 /// REQUEST_LOST, which may come after the client's end. Any thread may call, a listener too; no operation
@@ -34,9 +34,9 @@ public:
     using PolicyDriven::PolicyDriven;
     ~MultiHttpClient() override;
 
-    /// HTTP/1.1 pipelining; on at first. libcurl since 7.62 knows none any more: it accepts both and, with
-    /// either, shares no connection among requests at a time, over HTTP/2 neither; they are used again one
-    /// request after the other.
+    /// Whether many requests may share a connection at a time; on at first. That means HTTP/1.1 pipelining,
+    /// which libcurl since 7.62 accepts and ignores, and HTTP/2: a request joins a connection that is open if
+    /// the server was judged for it in the same way. Otherwise a connection serves one after the other.
     virtual void enableHttpPipelining() = 0;
     virtual void disableHttpPipelining() = 0;
 

@@ -117,18 +117,18 @@ MultiHttpClientImpl::~MultiHttpClientImpl() {
 // --- settings ----------------------------------------------------------------------------------------------
 
 void MultiHttpClientImpl::setPipelining(bool enabled) {
-    CURLMcode code = CURLM_OK;
+    int code = CURLM_OK;
     {
-        const MultiCurlConnection::Visit visit(*multiConnection_, false);
+        const MultiCurlConnection::Visit visit(*multiConnection_);
         const ScopedLock lock(multiConnection_->getMutex());
-        code = curl_multi_setopt(multiConnection_->getHandle(), CURLMOPT_PIPELINING, enabled ? 1L : 0L);
+        code = multiConnection_->setPipelining(enabled);
     }
     if (code != CURLM_OK) {
         ZEB_LOG_ERROR(log::httpClient(),
                       multiConnection_->logPrefix()
                           << (enabled ? "Could not enable HTTP pipelining support, CURL error: "
                                       : "Could not disable HTTP pipelining support, CURL error: ")
-                          << curl_multi_strerror(code));
+                          << curl_multi_strerror(static_cast<CURLMcode>(code)));
         return;
     }
     ZEB_LOG_INFO(log::httpClient(), multiConnection_->logPrefix()

@@ -5,6 +5,7 @@
 #include "core/SecureStringUtils.h"
 #include "http/CurlAnswerEvaluator.h"
 #include "http/CurlHttpUtils.h"
+#include "http/EdgePolicy.h"
 #include "http/EnqueueClientDataTask.h"
 #include "http/HttpClientListener.h"
 #include "http/HttpRequestData.h"
@@ -13,6 +14,7 @@
 #include "http/Proxy.h"
 #include "http/Request.h"
 #include "http/RequestSteps.h"
+#include "http/VerificationLabel.h"
 
 #include <algorithm>
 #include <utility>
@@ -31,6 +33,7 @@ constexpr unsigned int MIN_POOL_THREADS = 1;
 constexpr unsigned int POOL_IDLE_SECONDS = 60;
 constexpr long IDLE_WAIT_MS = 30000;
 constexpr int ACTIVITY_WAIT_MS = 20000;
+constexpr long MOMENT_MS = 1;
 
 /// Whose loop the thread runs.
 thread_local const Runnable* drivenByThisThread = nullptr;
@@ -93,6 +96,19 @@ void logPerformResult(const std::string& prefix, CURLMcode code) {
 
 }  // namespace
 
+/// Tells on a pool thread that a request could not be added.
+class MultiHttpClientImpl::RequestProcessing::FailTask : public Task {
+public:
+    FailTask(ClientData clientData, std::shared_ptr<RequestProcessing> requestProcessing)
+        : clientData_(std::move(clientData)), requestProcessing_(std::move(requestProcessing)) {}
+    void execute() override { requestProcessing_->fail(clientData_, HttpClientResult::UNKNOWN_ERROR); }
+    std::string name() const override { return EnqueueClientDataTask(nullptr, nullptr).name(); }
+
+private:
+    const ClientData clientData_;
+    const std::shared_ptr<RequestProcessing> requestProcessing_;
+};
+
 MultiHttpClientImpl::RequestProcessing::RequestProcessing(
     std::shared_ptr<MultiCurlConnection> multiConnection, std::shared_ptr<dns::DnsHostResolver> resolver,
     unsigned int threads)
@@ -109,11 +125,15 @@ MultiHttpClientImpl::RequestProcessing::~RequestProcessing() = default;
 HttpClientError::Error MultiHttpClientImpl::RequestProcessing::enqueueClientDataOnNewThread(
     ClientData clientData) {
     auto task = std::make_shared<EnqueueClientDataTask>(std::move(clientData), shared_from_this());
-    if (drivenByThisThread == this) {
+    ++inPool_;
+    if (drivenByThisThread == this && moreHaveEnded_) {
         deferredTasks_.push_back(std::move(task));
-    } else {
-        enqueuePool_.enqueue(std::move(task), false, false);
+        return HttpClientError::SUCCESS;
     }
+    if (drivenByThisThread == this) {
+        handOverDeferredTasks();
+    }
+    enqueuePool_.enqueue(std::move(task), false, false);
     return HttpClientError::SUCCESS;
 }
 
@@ -125,6 +145,14 @@ void MultiHttpClientImpl::RequestProcessing::handOverDeferredTasks() {
 }
 
 void MultiHttpClientImpl::RequestProcessing::enqueueClientData(ClientData clientData) {
+    prepareTransfer(std::move(clientData));
+    if (--inPool_ == 0 && awaitsPool_) {
+        const ScopedLock lock(transfersMutex_);
+        poolIsDone_.signal();
+    }
+}
+
+void MultiHttpClientImpl::RequestProcessing::prepareTransfer(ClientData clientData) {
     if (!running_) {
         lose(clientData);
         return;
@@ -169,7 +197,10 @@ bool MultiHttpClientImpl::RequestProcessing::enforceEdgeUsagePolicy(const Client
     }
     ZEB_LOG_DEBUG(log::httpClient(), prefix() << "Edge policy enforced successfully with transformed Url: "
                                               << RequestSteps::hiddenUrl(*requestData));
-    return applyTransformation(requestData);
+    // Under this policy the transformer isn't asked: headers, token, cookies and names are as configured.
+    const bool asConfigured = clientData->getEdgePolicy() == EdgePolicy::NEVER_USE_EDGE_POLICY &&
+                              requestData->getFailedUrlInfo().empty();
+    return asConfigured ? CurlHttpUtils::setUrl(requestData) : applyTransformation(requestData);
 }
 
 void MultiHttpClientImpl::RequestProcessing::logEnforcingResult(TransformResult::Result result) const {
@@ -198,100 +229,26 @@ bool MultiHttpClientImpl::RequestProcessing::applyTransformation(
     // As in the configuration, too: through both, a cookie would be sent twice.
     const bool cookiesSet = options.isCookieMandatory() ? CurlHttpUtils::setCookieMandatory(requestData)
                                                         : CurlHttpUtils::setCookies(requestData);
-    return cookiesSet && CurlHttpUtils::setUrl(requestData);
+    if (!cookiesSet || !CurlHttpUtils::setUrl(requestData)) {
+        return false;
+    }
+    // The URL, or after a failover the next one, may have brought other names to judge the server by.
+    VerificationLabel::putOn(*requestData);
+    return true;
 }
 
+/// The driving thread adds it: this one would wait for the multi handle, through a wait for the network, and
+/// each of the two would wake the other for each request.
 void MultiHttpClientImpl::RequestProcessing::transfer(ClientData clientData) {
-    bool carry = false;
-    // From the moment in which the handle is added the request is the driving thread's, which may finish it,
-    // and its easy handle must end there: nothing of it is kept here.
-    if (beginJoining(std::move(clientData), carry) && carry) {
-        addReadyTransfers();
-    }
-}
-
-/// One pool thread at a time waits for the multi handle, and then adds all that has become ready meanwhile;
-/// the others go on with their work. Waiting each for itself, they would be woken once for each request.
-bool MultiHttpClientImpl::RequestProcessing::beginJoining(ClientData clientData, bool& carry) {
-    HttpRequestData& requestData = *clientData->getRequestData();
-    ScopedLock lock(transfersMutex_);
-    if (!running_) {
-        lock.unlock();
-        lose(clientData);
-        return false;
-    }
-    void* const easy = requestData.getEasyHandle();
-    ++attempts_;
-    readyTransfers_.push_back({&requestData, easy, attempts_, requestData.formattedRequestID()});
-    joiningTransfers_[easy] = {std::move(clientData), attempts_};
-    carry = !carrierUnderWay_;
-    carrierUnderWay_ = true;
-    return true;
-}
-
-void MultiHttpClientImpl::RequestProcessing::addReadyTransfers() {
-    std::vector<Ready> batch;
-    const MultiCurlConnection::Visit visit(*multiConnection_, true);
     {
         const ScopedLock lock(transfersMutex_);
-        batch.swap(readyTransfers_);
-        carrierUnderWay_ = false;
-    }
-    for (const Ready& ready : batch) {
-        if (!running_) {
-            if (const ClientData late = takeJoining(ready.easy, ready.attempt)) {
-                lose(late);
-            }
-        } else if (addToMultiHandle(*ready.requestData)) {
-            finishJoining(ready);
-        } else {
-            ZEB_LOG_ERROR(log::httpClient(), prefix() << "Unable to add the request to the CURL stack.");
-            fail(takeJoining(ready.easy, ready.attempt), HttpClientResult::UNKNOWN_ERROR);
-        }
-    }
-}
-
-bool MultiHttpClientImpl::RequestProcessing::addToMultiHandle(HttpRequestData& requestData) {
-    const ScopedLock lock(multiConnection_->getMutex());
-    multiConnection_->adopt(requestData);
-    if (curl_multi_add_handle(multiConnection_->getHandle(), requestData.getEasyHandle()) != CURLM_OK) {
-        MultiCurlConnection::release(requestData);
-        return false;
-    }
-    handlesAdded_ = true;
-    return true;
-}
-
-MultiHttpClientImpl::RequestProcessing::ClientData MultiHttpClientImpl::RequestProcessing::takeJoining(
-    void* easy, std::uint64_t attempt) {
-    const ScopedLock lock(transfersMutex_);
-    const auto found = joiningTransfers_.find(easy);
-    if (found == joiningTransfers_.end() || found->second.attempt != attempt) {
-        return nullptr;  // the driving thread was faster: the transfer is over already
-    }
-    ClientData clientData = std::move(found->second.clientData);
-    joiningTransfers_.erase(found);
-    return clientData;
-}
-
-void MultiHttpClientImpl::RequestProcessing::finishJoining(const Ready& ready) {
-    ClientData late;
-    {
-        const ScopedLock lock(transfersMutex_);
-        late = takeJoining(ready.easy, ready.attempt);
-        if (late == nullptr) {
-            return;
-        }
-        if (!ended_) {
-            ZEB_LOG_DEBUG(log::httpClient(),
-                          prefix() << "adding request " << ready.requestId << " to active transfers queue");
-            activeTransfers_[ready.easy] = std::move(late);
+        if (running_) {
+            readyTransfers_.push_back(std::move(clientData));
             wakeEvent_.set();
             return;
         }
     }
-    removeFromMultiHandle(ready.easy, *late->getRequestData());
-    lose(late);
+    lose(clientData);
 }
 
 // --- the loop ----------------------------------------------------------------------------------------------
@@ -316,7 +273,7 @@ void MultiHttpClientImpl::RequestProcessing::run() {
 
 bool MultiHttpClientImpl::RequestProcessing::decideToWait() {
     const ScopedLock lock(transfersMutex_);
-    if (!running_ || !activeTransfers_.empty()) {
+    if (!running_ || !activeTransfers_.empty() || !readyTransfers_.empty()) {
         return false;
     }
     wakeEvent_.reset();
@@ -329,7 +286,7 @@ void MultiHttpClientImpl::RequestProcessing::performTransferRequests() {
     if (running > 0) {
         ZEB_LOG_DEBUG(log::httpClient(), prefix() << " Current running handles: " << running);
     }
-    // Deliberate: what has ended is told after the wait, and the wait may be long when all others are silent.
+    tellOfFallenCount();
     // Without the flag a transfer that nothing aborts would keep the client from its end.
     while (running >= 1 && running_) {
         if (!waitForActivity()) {
@@ -341,34 +298,112 @@ void MultiHttpClientImpl::RequestProcessing::performTransferRequests() {
             ZEB_LOG_DEBUG(log::httpClient(), prefix() << "Current running handles: " << running);
             lastRunning = running;
             checkTransfersAndNotifyListeners();
-        } else if (countMisleads_) {
-            // One has ended and one has come: the count alone would hide the end for as long as others run.
-            checkTransfersAndNotifyListeners();
         }
         running = performMultiRequests();
+        tellOfFallenCount();
     }
     checkTransfersAndNotifyListeners();
 }
 
+/// A listener is told at once: the next wait lasts until one of the other transfers stirs, and all of them
+/// may be silent. The running count alone doesn't show an end: one may have ended while another has come.
+void MultiHttpClientImpl::RequestProcessing::tellOfFallenCount() {
+    if (someHaveEnded_) {
+        checkTransfersAndNotifyListeners();
+    }
+}
+
+/// A wait for the network, and each pass of libcurl's, looks at every transfer there is. It pays to have the
+/// requests that follow those that have ended with it, rather than a wait and a pass later. Only for a
+/// moment, and not again while the pool is held up: what may block there mustn't hold up the transfers.
+void MultiHttpClientImpl::RequestProcessing::awaitPool() {
+    if (inPool_ == 0) {
+        poolIsHeldUp_ = false;
+        return;
+    }
+    if (poolIsHeldUp_) {
+        return;
+    }
+    const ScopedLock lock(transfersMutex_);
+    awaitsPool_ = true;
+    while (inPool_ != 0 && running_ && !poolIsHeldUp_) {
+        poolIsHeldUp_ = poolIsDone_.timedWait(transfersMutex_, MOMENT_MS) != 0;
+    }
+    awaitsPool_ = false;
+}
+
+/// All that have become ready, each under the mutex by itself.
+void MultiHttpClientImpl::RequestProcessing::addReadyTransfers() {
+    {
+        const ScopedLock lock(transfersMutex_);
+        if (readyTransfers_.empty()) {
+            return;
+        }
+        batch_.swap(readyTransfers_);
+    }
+    for (ClientData& clientData : batch_) {
+        if (!addToMultiHandle(clientData->getRequestData()->getEasyHandle())) {
+            ZEB_LOG_ERROR(log::httpClient(), prefix() << "Unable to add the request to the CURL stack.");
+            // As all failures before the transfer, it is told on a pool thread.
+            enqueuePool_.enqueue(std::make_shared<FailTask>(std::move(clientData), shared_from_this()), false,
+                                 false);
+            clientData = nullptr;
+        }
+    }
+    {
+        const ScopedLock lock(transfersMutex_);
+        for (ClientData& clientData : batch_) {
+            if (clientData != nullptr) {
+                const HttpRequestData& requestData = *clientData->getRequestData();
+                ZEB_LOG_DEBUG(log::httpClient(), prefix()
+                                                     << "adding request " << requestData.formattedRequestID()
+                                                     << " to active transfers queue");
+                activeTransfers_[requestData.getEasyHandle()] = std::move(clientData);
+            }
+        }
+    }
+    batch_.clear();
+}
+
+bool MultiHttpClientImpl::RequestProcessing::addToMultiHandle(void* easy) {
+    const ScopedLock lock(multiConnection_->getMutex());
+    multiConnection_->watchSocketsOf(easy);
+    if (curl_multi_add_handle(multiConnection_->getHandle(), easy) != CURLM_OK) {
+        return false;
+    }
+    ++inTransfer_;
+    return true;
+}
+
 int MultiHttpClientImpl::RequestProcessing::performMultiRequests() {
+    addReadyTransfers();
     int running = 0;
     CURLMcode code = CURLM_OK;
     {
         const ScopedLock lock(multiConnection_->getMutex());
-        countMisleads_ = handlesAdded_;
-        handlesAdded_ = false;
         code = curl_multi_perform(multiConnection_->getHandle(), &running);
     }
     logPerformResult(prefix(), code);
+    someHaveEnded_ = running < inTransfer_;
+    inTransfer_ = running;
     return running;
 }
 
 bool MultiHttpClientImpl::RequestProcessing::waitForActivity() {
+    awaitPool();
+    addReadyTransfers();
     multiConnection_->giveWay();
-    const ScopedLock lock(multiConnection_->getMutex());
-    int descriptors = 0;
-    return curl_multi_wait(multiConnection_->getHandle(), nullptr, 0, ACTIVITY_WAIT_MS, &descriptors) ==
-           CURLM_OK;
+    if (!multiConnection_->beginWait()) {
+        return true;  // the end has come
+    }
+    CURLMcode code = CURLM_OK;
+    {
+        const ScopedLock lock(multiConnection_->getMutex());
+        int descriptors = 0;
+        code = curl_multi_wait(multiConnection_->getHandle(), nullptr, 0, ACTIVITY_WAIT_MS, &descriptors);
+    }
+    multiConnection_->endWait();
+    return code == CURLM_OK;
 }
 
 // --- the end of a transfer ---------------------------------------------------------------------------------
@@ -397,11 +432,14 @@ void MultiHttpClientImpl::RequestProcessing::checkTransfersAndNotifyListeners() 
                 log::httpClient(),
                 prefix() << "Unidentified message type returned from curl_multi_info_read(): " << kind);
         } else {
+            moreHaveEnded_ = left > 0;
             finishTransfer(easy, curlCode);
         }
     }
+    moreHaveEnded_ = false;
     handOverDeferredTasks();
     releaseEndedTransfers();
+    reportOutcomes();
 }
 
 void MultiHttpClientImpl::RequestProcessing::finishTransfer(void* easy, int curlCode) {
@@ -411,7 +449,7 @@ void MultiHttpClientImpl::RequestProcessing::finishTransfer(void* easy, int curl
         return;
     }
     const std::shared_ptr<HttpRequestData>& requestData = clientData->getRequestData();
-    removeFromMultiHandle(easy, *requestData);
+    removeFromMultiHandle(easy);
     curlCode = RequestSteps::settleCode(curlCode, *requestData);
     const HttpClientResult::Result result =
         clientData->getCurlAnswerEvaluator()->curlCodeToResult(curlCode, requestData.get());
@@ -437,13 +475,6 @@ MultiHttpClientImpl::RequestProcessing::ClientData MultiHttpClientImpl::RequestP
     if (active != activeTransfers_.end()) {
         clientData = std::move(active->second);
         activeTransfers_.erase(active);
-        return clientData;
-    }
-    // A transfer that was over before its pool thread could make it an active one.
-    const auto joining = joiningTransfers_.find(easy);
-    if (joining != joiningTransfers_.end()) {
-        clientData = std::move(joining->second.clientData);
-        joiningTransfers_.erase(joining);
         return clientData;
     }
     // A cancelled one isn't told to anybody; releaseEndedTransfers() sees to the handle.
@@ -479,7 +510,7 @@ bool MultiHttpClientImpl::RequestProcessing::failOver(const ClientData& clientDa
 void MultiHttpClientImpl::RequestProcessing::notifyListener(const ClientData& clientData,
                                                             HttpClientResult::Result result) {
     HttpRequestData& requestData = *clientData->getRequestData();
-    // A copy: the listener may let go of everything else.
+    // A copy, made before the listener is called.
     const HttpNetworkEvent networkEvent = clientData->getNetworkEvent();
     const std::shared_ptr<HttpClientListener> listener = requestData.getRequest()->getListener();
     if (listener == nullptr) {
@@ -508,7 +539,15 @@ void MultiHttpClientImpl::RequestProcessing::notifyListener(const ClientData& cl
         const CallOut callOut(*multiConnection_);
         listener->onRequestFailed(requestData.getRequestId(), result);
     }
-    networkEvent.notifyNetworkEventReporter(result, requestData, clientData->getEdgePolicy());
+    outcomes_.push_back({networkEvent, result, clientData});
+}
+
+void MultiHttpClientImpl::RequestProcessing::reportOutcomes() {
+    for (const Outcome& outcome : outcomes_) {
+        outcome.networkEvent.notifyNetworkEventReporter(outcome.result, *outcome.clientData->getRequestData(),
+                                                        outcome.clientData->getEdgePolicy());
+    }
+    outcomes_.clear();
 }
 
 void MultiHttpClientImpl::RequestProcessing::collectAnswer(const ClientData& clientData) {
@@ -545,7 +584,7 @@ void MultiHttpClientImpl::RequestProcessing::releaseEndedTransfers() {
         ended.swap(endedTransfers_);
     }
     for (const auto& [easy, clientData] : ended) {
-        removeFromMultiHandle(easy, *clientData->getRequestData());
+        removeFromMultiHandle(easy);
         clientData->getRequestData()->returnEasyCURLConnection();
     }
 }
@@ -560,31 +599,34 @@ void MultiHttpClientImpl::RequestProcessing::stopThread() {
 }
 
 void MultiHttpClientImpl::RequestProcessing::giveUpTransfers() {
+    std::vector<ClientData> ready;
     Transfers active;
     Transfers cancelled;
     {
         const ScopedLock lock(transfersMutex_);
-        ended_ = true;
+        ready.swap(readyTransfers_);
         active.swap(activeTransfers_);
         cancelled.swap(cancelledTransfers_);
     }
     for (const auto& [easy, clientData] : cancelled) {
-        removeFromMultiHandle(easy, *clientData->getRequestData());
+        removeFromMultiHandle(easy);
         clientData->getRequestData()->returnEasyCURLConnection();
     }
     // These came between the cancellation of all and the end.
     for (const auto& [easy, clientData] : active) {
-        removeFromMultiHandle(easy, *clientData->getRequestData());
+        removeFromMultiHandle(easy);
+        lose(clientData);
+    }
+    for (const ClientData& clientData : ready) {
         lose(clientData);
     }
 }
 
-void MultiHttpClientImpl::RequestProcessing::removeFromMultiHandle(void* easy, HttpRequestData& requestData) {
+void MultiHttpClientImpl::RequestProcessing::removeFromMultiHandle(void* easy) {
     CURLMcode code = CURLM_OK;
     {
         const ScopedLock lock(multiConnection_->getMutex());
         code = curl_multi_remove_handle(multiConnection_->getHandle(), easy);
-        MultiCurlConnection::release(requestData);
     }
     if (code != CURLM_OK) {
         ZEB_LOG_ERROR(log::httpClient(),
@@ -597,9 +639,6 @@ void MultiHttpClientImpl::RequestProcessing::removeFromMultiHandle(void* easy, H
 /// end it may end the client and libcurl.
 void MultiHttpClientImpl::RequestProcessing::fail(const ClientData& clientData,
                                                   HttpClientResult::Result result) const {
-    if (clientData == nullptr) {
-        return;
-    }
     const std::shared_ptr<HttpRequestData> requestData = clientData->getRequestData();
     requestData->returnEasyCURLConnection();
     const std::shared_ptr<HttpClientListener> listener = requestData->getRequest()->getListener();

@@ -18,11 +18,13 @@ using ::testing::IsEmpty;
 using ::testing::NotNull;
 using ::testing::Pair;
 
+constexpr int PIPELINING = CURLMOPT_PIPELINING;
+
 TEST(MultiCurlConnectionTest, StartsWithPipeliningOn) {
     const MultiOptions options;
     const MultiCurlConnection connection;
     EXPECT_THAT(connection.getHandle(), NotNull());
-    EXPECT_THAT(options.numbers(), ElementsAre(Pair(static_cast<int>(CURLMOPT_PIPELINING), 1L)));
+    EXPECT_THAT(options.numbers(), ElementsAre(Pair(PIPELINING, 1L), Pair(PIPELINING, 3L)));
 }
 
 TEST(MultiCurlConnectionTest, ItsHandleWorksUnderItsMutex) {
@@ -56,10 +58,10 @@ TEST(MultiCurlConnectionTest, AVisitorWaitsForOneTurnOfTheDrivingThreadAtMost) {
     });
     std::vector<std::thread> visitors;
     for (int i = 0; i < 3; ++i) {
-        visitors.emplace_back([&, patient = i != 0] {
+        visitors.emplace_back([&] {
             for (int visit = 0; visit < 100; ++visit) {
                 const int before = turns;
-                const MultiCurlConnection::Visit here(connection, patient);
+                const MultiCurlConnection::Visit here(connection);
                 const ScopedLock lock(connection.getMutex());
                 // The turn in course, and one that began before this visitor was in line.
                 EXPECT_LE(turns - before, 2);
@@ -81,7 +83,7 @@ TEST(MultiCurlConnectionTest, VisitorsWithoutEndDontKeepTheDrivingThreadOut) {
     for (int i = 0; i < 3; ++i) {
         visitors.emplace_back([&] {
             while (running) {
-                const MultiCurlConnection::Visit here(connection, true);
+                const MultiCurlConnection::Visit here(connection);
                 const ScopedLock lock(connection.getMutex());
             }
         });
@@ -97,28 +99,26 @@ TEST(MultiCurlConnectionTest, VisitorsWithoutEndDontKeepTheDrivingThreadOut) {
     }
 }
 
-TEST(MultiCurlConnectionTest, WhileAListenerIsCalledOnlyTheImpatientComeIn) {
+TEST(MultiCurlConnectionTest, AVisitorComesInWhileAListenerIsCalled) {
     MultiCurlConnection connection;
     connection.startDriving();
     connection.setCallingOut(true);
-    { const MultiCurlConnection::Visit here(connection, false); }
-    std::atomic<bool> patientIn{false};
-    std::thread patient([&] {
-        const MultiCurlConnection::Visit here(connection, true);
-        patientIn = true;
-    });
+    { const MultiCurlConnection::Visit here(connection); }
     connection.setCallingOut(false);
-    std::atomic<bool> impatientIn{false};
-    std::thread impatient([&] {
-        const MultiCurlConnection::Visit here(connection, false);
-        impatientIn = true;
-    });
+    std::thread visitor([&] { const MultiCurlConnection::Visit here(connection); });
     connection.setCallingOut(true);
-    impatient.join();
-    EXPECT_TRUE(impatientIn);
-    EXPECT_FALSE(patientIn);
+    visitor.join();
     connection.stopDriving();
-    patient.join();
+}
+
+TEST(MultiCurlConnectionTest, OnceInterruptedItWaitsNoMore) {
+    MultiCurlConnection connection;
+    EXPECT_TRUE(connection.beginWait());
+    connection.endWait();
+    EXPECT_TRUE(connection.beginWait());
+    connection.interruptWait();
+    connection.endWait();
+    EXPECT_FALSE(connection.beginWait());
 }
 
 }  // namespace

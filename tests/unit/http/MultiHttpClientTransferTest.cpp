@@ -1,6 +1,10 @@
 #include "MultiHttpClientTestSupport.h"
 #include "http/CurlAnswerEvaluator.h"
 #include "http/Proxy.h"
+#include "netutils/SNIUtil.h"
+#include "support/CertificateBuilder.h"
+#include "support/CurlOptionSpy.h"
+#include "support/FakeCertVerifier.h"
 
 #include <cstdio>
 #include <filesystem>
@@ -21,6 +25,10 @@ namespace {
 
 using testing::Each;
 using testing::StrictMock;
+using zeb::test::CertificateBuilder;
+using zeb::test::CurlOptionSpy;
+using zeb::test::FakeCertVerifier;
+using zeb::test::IssuedCertificate;
 
 /// What becomes of accepted requests.
 class MultiHttpClientTransferTest : public MultiHttpClientTestBase {
@@ -247,6 +255,53 @@ TEST_F(MultiHttpClientTransferTest, ATransformedRequestGoesWhereTheEdgeSays) {
     EXPECT_EQ(transformer_->cookieUrls, std::vector<std::string>{"http://inside.invalid/"});
 }
 
+TEST_F(MultiHttpClientTransferTest, NamesThatTheEdgeBringsKeepARequestOffOtherConnections) {
+    LoopbackServer server(hello);
+    netutils::SNIUtil::setEdgeDomain("b.test");
+    transformer_ = std::make_shared<FakeTransformer>();
+    transformer_->url = server.url("/edge");  // at 127.0.0.1, presented as 127.b.test
+    const CurlOptionSpy spy;
+    ASSERT_EQ(enqueue("http://inside.invalid/"), HttpClientError::SUCCESS);
+    EXPECT_TRUE(listener_->wait().completed);
+    netutils::SNIUtil::setEdgeDomain("");
+    std::vector<std::string> labels;
+    for (const CurlOptionSpy::Call& call : spy.calls()) {
+        if (call.option == CURLOPT_CAPATH) {
+            labels.push_back(call.copy.value_or(""));
+        }
+    }
+    ASSERT_EQ(labels.size(), 2U);
+    EXPECT_NE(labels[0], labels[1]);
+}
+
+TEST_F(MultiHttpClientTransferTest, RequestsThatJudgeTheServerUnlikeShareNoConnection) {
+    const IssuedCertificate certificate = CertificateBuilder().commonName("A server").build();
+    LoopbackServer::Options options;
+    options.tls = LoopbackServer::Tls{certificate.pem(), certificate.keyPem()};
+    LoopbackServer server(hello, options);
+    const auto verifier = std::make_shared<FakeCertVerifier>(true);
+    client_ = MultiHttpClientImpl::buildMultiHttpClientImpl(nullptr, verifier, nullptr, resolver_, 2);
+    std::size_t answers = 0;
+    const auto connectionsAfter = [&](IdentityMatchModel::Model model,
+                                      const std::vector<std::string>& names) {
+        const auto request = makeRequest(server.secureUrl("/"), listener_);
+        request->getOptions()->certIdentityValidationModel = model;
+        request->getOptions()->useProvidedIdentity = !names.empty();
+        request->getOptions()->identities = names;
+        EXPECT_EQ(enqueue(request), HttpClientError::SUCCESS);
+        EXPECT_EQ(listener_->waitFor(++answers).size(), answers);
+        return server.connections();
+    };
+    EXPECT_EQ(connectionsAfter(IdentityMatchModel::SOFT_MATCH, {}), 1U);
+    EXPECT_EQ(connectionsAfter(IdentityMatchModel::SOFT_MATCH, {}), 1U);
+    EXPECT_EQ(connectionsAfter(IdentityMatchModel::STRICT_MATCH, {}), 2U);
+    EXPECT_EQ(connectionsAfter(IdentityMatchModel::SOFT_MATCH, {"a.test"}), 3U);
+    EXPECT_EQ(connectionsAfter(IdentityMatchModel::SOFT_MATCH, {"b.test"}), 4U);
+    EXPECT_EQ(connectionsAfter(IdentityMatchModel::SOFT_MATCH, {"a.test"}), 4U);
+    EXPECT_EQ(connectionsAfter(IdentityMatchModel::STRICT_MATCH, {}), 4U);
+    EXPECT_EQ(verifier->questions().size(), 4U);
+}
+
 TEST_F(MultiHttpClientTransferTest, AFailedTransformationEndsByTheTable) {
     struct Row {
         TransformResult::Result result;
@@ -391,6 +446,38 @@ TEST_F(MultiHttpClientTransferTest, NewRequestsArriveBetweenTheWaitsOfASilentTra
     }
     EXPECT_EQ(listener_->waitFor(COUNT).size(), COUNT);
     EXPECT_LT(seam_.waits().size() - waitsBefore, 20 * COUNT);
+}
+
+TEST_F(MultiHttpClientTransferTest, OneThatEndsIsToldAtOnceThoughAllOthersAreSilent) {
+    seam_.longestWaitMs = 20;
+    startSilentTransfer();
+    LoopbackServer::Gate gate;
+    LoopbackServer server([&](const LoopbackServer::Request&) {
+        gate.wait();
+        return Reply::response(200, "hello");
+    });
+    ASSERT_EQ(enqueue(server.url("/")), HttpClientError::SUCCESS);
+    ASSERT_TRUE(gate.waitUntilReached());
+    // From here on a wait that follows the end lasts longer than any test waits.
+    seam_.longestWaitMs = 20000;
+    gate.open();
+    EXPECT_TRUE(listener_->wait().completed);
+    EXPECT_TRUE(silentListener_->waitFor(0).empty());
+}
+
+TEST_F(MultiHttpClientTransferTest, RequestsHeldUpInThePoolDontHoldUpTheTransfers) {
+    seam_.longestWaitMs = 20;
+    LoopbackServer::Gate gate;
+    resolver_->whenAsked = [&] { gate.wait(); };
+    ASSERT_EQ(enqueue(makeRequest("http://slow.invalid/", silentListener_)), HttpClientError::SUCCESS);
+    ASSERT_TRUE(gate.waitUntilReached());
+    LoopbackServer server(hello);
+    constexpr std::size_t COUNT = 20;
+    for (std::size_t i = 0; i < COUNT; ++i) {
+        ASSERT_EQ(enqueue(server.url("/")), HttpClientError::SUCCESS);
+    }
+    EXPECT_EQ(listener_->waitFor(COUNT).size(), COUNT);
+    gate.open();
 }
 
 TEST_F(MultiHttpClientTransferTest, TheEndDoesntWaitForSilentTransfersWithOrWithoutAListener) {
