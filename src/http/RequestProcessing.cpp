@@ -33,7 +33,6 @@ constexpr unsigned int MIN_POOL_THREADS = 1;
 constexpr unsigned int POOL_IDLE_SECONDS = 60;
 constexpr long IDLE_WAIT_MS = 30000;
 constexpr int ACTIVITY_WAIT_MS = 20000;
-constexpr long MOMENT_MS = 1;
 
 /// Whose loop the thread runs.
 thread_local const Runnable* drivenByThisThread = nullptr;
@@ -125,7 +124,6 @@ MultiHttpClientImpl::RequestProcessing::~RequestProcessing() = default;
 HttpClientError::Error MultiHttpClientImpl::RequestProcessing::enqueueClientDataOnNewThread(
     ClientData clientData) {
     auto task = std::make_shared<EnqueueClientDataTask>(std::move(clientData), shared_from_this());
-    ++inPool_;
     if (drivenByThisThread == this && moreHaveEnded_) {
         deferredTasks_.push_back(std::move(task));
         return HttpClientError::SUCCESS;
@@ -145,14 +143,6 @@ void MultiHttpClientImpl::RequestProcessing::handOverDeferredTasks() {
 }
 
 void MultiHttpClientImpl::RequestProcessing::enqueueClientData(ClientData clientData) {
-    prepareTransfer(std::move(clientData));
-    if (--inPool_ == 0 && awaitsPool_) {
-        const ScopedLock lock(transfersMutex_);
-        poolIsDone_.signal();
-    }
-}
-
-void MultiHttpClientImpl::RequestProcessing::prepareTransfer(ClientData clientData) {
     if (!running_) {
         lose(clientData);
         return;
@@ -313,25 +303,6 @@ void MultiHttpClientImpl::RequestProcessing::tellOfFallenCount() {
     }
 }
 
-/// A wait for the network, and each pass of libcurl's, looks at every transfer there is. It pays to have the
-/// requests that follow those that have ended with it, rather than a wait and a pass later. Only for a
-/// moment, and not again while the pool is held up: what may block there mustn't hold up the transfers.
-void MultiHttpClientImpl::RequestProcessing::awaitPool() {
-    if (inPool_ == 0) {
-        poolIsHeldUp_ = false;
-        return;
-    }
-    if (poolIsHeldUp_) {
-        return;
-    }
-    const ScopedLock lock(transfersMutex_);
-    awaitsPool_ = true;
-    while (inPool_ != 0 && running_ && !poolIsHeldUp_) {
-        poolIsHeldUp_ = poolIsDone_.timedWait(transfersMutex_, MOMENT_MS) != 0;
-    }
-    awaitsPool_ = false;
-}
-
 /// All that have become ready, each under the mutex by itself.
 void MultiHttpClientImpl::RequestProcessing::addReadyTransfers() {
     {
@@ -390,7 +361,6 @@ int MultiHttpClientImpl::RequestProcessing::performMultiRequests() {
 }
 
 bool MultiHttpClientImpl::RequestProcessing::waitForActivity() {
-    awaitPool();
     addReadyTransfers();
     multiConnection_->giveWay();
     if (!multiConnection_->beginWait()) {

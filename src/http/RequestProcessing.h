@@ -1,6 +1,5 @@
 #pragma once
 
-#include "core/Condition.h"
 #include "core/Event.h"
 #include "core/Mutex.h"
 #include "core/Runnable.h"
@@ -67,7 +66,6 @@ private:
     bool applyTransformation(const std::shared_ptr<HttpRequestData>& requestData) const;
     void logEnforcingResult(EdgeTransformer::TransformRequestResult::Result result) const;
     void onAuthenticationFailed(HttpRequestData& requestData) const;
-    void prepareTransfer(ClientData clientData);
     void transfer(ClientData clientData);
 
     // On the driving thread.
@@ -76,7 +74,6 @@ private:
     void addReadyTransfers();
     bool addToMultiHandle(void* easy);
     void tellOfFallenCount();
-    void awaitPool();
     bool waitForActivity();
     bool decideToWait();
     void checkTransfersAndNotifyListeners();
@@ -107,12 +104,7 @@ private:
     Transfers cancelledTransfers_;
     std::vector<std::pair<void*, ClientData>> endedTransfers_;  ///< cancelled, and over
 
-    std::atomic<int> inPool_{0};           ///< tasks that the pool has been given, and has not ended
-    std::atomic<bool> awaitsPool_{false};  ///< the driving thread waits for poolIsDone_
-    Condition poolIsDone_;                 ///< with transfersMutex_
-
     // Of the driving thread alone.
-    bool poolIsHeldUp_ = false;
     std::vector<ClientData> batch_;  ///< empty between two additions
     int inTransfer_ = 0;             ///< running after the last perform, and added since
     bool someHaveEnded_ = false;     ///< in the last perform
