@@ -18,15 +18,20 @@ std::string nameOf(const std::filesystem::path& thread) {
     return name;
 }
 
-/// Threads that run a pool's task, or are about to end. The idle ones of the shared pool bear its name and
-/// live as long as the process; one of ThreadSanitizer's own bears the name of the main thread.
+/// Pools that live as long as the process. Their idle threads bear their names.
+bool isOfALastingPool(const std::string& thread) {
+    return thread == "SharedPool" || thread == "NetEventReport" || thread == "NetEventNotify";
+}
+
+/// Threads that run a pool's task, or are about to end. One of ThreadSanitizer's own bears the name of the
+/// main thread.
 bool threadsAreEnding() {
     const std::filesystem::path threads = "/proc/self/task";
     const std::string mainName = nameOf(threads / std::to_string(getpid()));
     std::error_code error;
     for (const auto& thread : std::filesystem::directory_iterator(threads, error)) {
         const std::string name = nameOf(thread.path());
-        if (!name.empty() && name != mainName && name != "SharedPool") {
+        if (!name.empty() && name != mainName && !isOfALastingPool(name)) {
             return true;
         }
     }
