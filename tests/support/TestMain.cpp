@@ -23,6 +23,15 @@ bool isOfALastingPool(const std::string& thread) {
     return thread == "SharedPool" || thread == "NetEventReport" || thread == "NetEventNotify";
 }
 
+/// One of a pool that has been replaced bears such a name until its end: it is awake by then.
+bool isAsleep(const std::filesystem::path& thread) {
+    std::ifstream stat(thread / "stat");
+    std::string line;
+    std::getline(stat, line);
+    const std::size_t nameEnd = line.rfind(") ");
+    return nameEnd != std::string::npos && line.compare(nameEnd + 2, 1, "S") == 0;
+}
+
 /// Threads that run a pool's task, or are about to end. One of ThreadSanitizer's own bears the name of the
 /// main thread.
 bool threadsAreEnding() {
@@ -31,7 +40,8 @@ bool threadsAreEnding() {
     std::error_code error;
     for (const auto& thread : std::filesystem::directory_iterator(threads, error)) {
         const std::string name = nameOf(thread.path());
-        if (!name.empty() && name != mainName && !isOfALastingPool(name)) {
+        const bool idle = isOfALastingPool(name) && isAsleep(thread.path());
+        if (!name.empty() && name != mainName && !idle) {
             return true;
         }
     }
@@ -43,7 +53,9 @@ bool threadsAreEnding() {
 /// sanitizers see both. So let them end first.
 void waitForThreadsThatEnd() {
     const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(5);
-    while (threadsAreEnding() && std::chrono::steady_clock::now() < deadline) {
+    // Looked at more than once: a thread that is ending may sleep for a moment, waiting for a lock.
+    for (int calm = 0; calm < 5 && std::chrono::steady_clock::now() < deadline;) {
+        calm = threadsAreEnding() ? 0 : calm + 1;
         std::this_thread::sleep_for(std::chrono::milliseconds(1));
     }
 }

@@ -55,6 +55,7 @@ TEST_F(CurlConfigurationTest, NothingOfAFormerRequestSurvives) {
 }
 
 TEST_F(CurlConfigurationTest, AllOptionsAreSetInTheirOrder) {
+    const LeftBehindForm leftBehind;
     options.cookies.emplace_back("server.example\tFALSE\t/\tFALSE\t0\tname\tvalue");
     options.forbidReuse = true;
     setCredentials(AuthType::BASIC);
