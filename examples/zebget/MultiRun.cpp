@@ -2,6 +2,7 @@
 
 #include "Arguments.h"
 #include "CertificatePrompt.h"
+#include "Interrupt.h"
 #include "MakeRequest.h"
 #include "cert/common/CertVerifier.h"
 #include "http/HttpClientListener.h"
@@ -13,7 +14,6 @@
 
 #include <chrono>
 #include <condition_variable>
-#include <csignal>
 #include <cstdio>
 #include <cstdlib>
 #include <fstream>
@@ -38,12 +38,6 @@ using zeb::http::Response;
 using Clock = std::chrono::steady_clock;
 
 constexpr unsigned int POOL_THREADS = 4;
-
-volatile std::sig_atomic_t interrupted = 0;
-
-void noteInterrupt(int /*signal*/) {
-    interrupted = 1;
-}
 
 /// One line each; blank ones and those that begin with '#' are no URLs.
 bool readUrls(const std::string& path, std::vector<std::string>& urls) {
@@ -74,13 +68,18 @@ public:
     /// Returns once fewer than `limit` are under way, and counts one more; false after Ctrl-C.
     bool begin(std::size_t limit) {
         std::unique_lock<std::mutex> lock(mutex_);
-        wait(lock, [&] { return underWay_ < limit; });
+        changed_.wait(lock, [&] { return interrupted_ || underWay_ < limit; });
         ++underWay_;
-        return interrupted == 0;
+        return !interrupted_;
     }
     void waitForAll() {
         std::unique_lock<std::mutex> lock(mutex_);
-        wait(lock, [&] { return underWay_ == 0; });
+        changed_.wait(lock, [&] { return interrupted_ || underWay_ == 0; });
+    }
+    void interrupt() {
+        const std::lock_guard<std::mutex> lock(mutex_);
+        interrupted_ = true;
+        changed_.notify_all();
     }
     void end(const std::string& url, HttpClientResult::Result result, int status, Clock::duration took,
              std::size_t bytes) {
@@ -103,18 +102,12 @@ public:
         show();
         changed_.notify_all();
     }
-    int status() const {
-        return interrupted != 0 ? static_cast<int>(HttpClientResult::REQUEST_CANCELLED) : lastFailure_;
+    int status() {
+        const std::lock_guard<std::mutex> lock(mutex_);
+        return interrupted_ ? static_cast<int>(HttpClientResult::REQUEST_CANCELLED) : lastFailure_;
     }
 
 private:
-    /// A signal handler can't notify, so Ctrl-C is looked for now and then.
-    template <typename Condition>
-    void wait(std::unique_lock<std::mutex>& lock, const Condition& condition) {
-        while (!condition() && interrupted == 0) {
-            changed_.wait_for(lock, std::chrono::milliseconds(100));
-        }
-    }
     void show() const {
         if (shown_) {
             std::fprintf(stderr, "\r%zu of %zu, %zu under way, %.1f KiB", ended_, total_, underWay_,
@@ -130,6 +123,7 @@ private:
     std::size_t ended_ = 0;
     std::size_t bytes_ = 0;
     int lastFailure_ = 0;
+    bool interrupted_ = false;
 };
 
 /// Hears of one request.
@@ -155,7 +149,7 @@ private:
 
 }  // namespace
 
-int runMulti(const Arguments& arguments) {
+int runMulti(const Arguments& arguments, Interrupt& interrupt) {
     std::vector<std::string> urls;
     if (!readUrls(*arguments.multiFile, urls)) {
         std::cerr << "zebget: the list '" << *arguments.multiFile << "' can't be read\n";
@@ -163,7 +157,7 @@ int runMulti(const Arguments& arguments) {
     }
     const auto progress =
         std::make_shared<Progress>(urls.size(), arguments.progress || isatty(STDERR_FILENO) != 0);
-    std::signal(SIGINT, noteInterrupt);
+    interrupt.doFirst([progress] { progress->interrupt(); });
     {
         // Its end cancels whatever is still under way.
         const std::shared_ptr<MultiHttpClient> client =
@@ -183,7 +177,7 @@ int runMulti(const Arguments& arguments) {
         }
         progress->waitForAll();
     }
-    std::signal(SIGINT, SIG_DFL);
+    interrupt.doFirst(nullptr);
     return progress->status();
 }
 

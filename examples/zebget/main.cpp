@@ -5,6 +5,7 @@
 #include "Arguments.h"
 #include "CertificatePrompt.h"
 #include "ConsoleListener.h"
+#include "Interrupt.h"
 #include "MakeRequest.h"
 #include "MultiRun.h"
 #include "ProxyPrompt.h"
@@ -21,7 +22,6 @@
 #include "zeblogger/ZEBLogger.h"
 
 #include <chrono>
-#include <csignal>
 #include <cstdio>
 #include <future>
 #include <iostream>
@@ -41,19 +41,6 @@ using zebget::Arguments;
 using zebget::ConsoleListener;
 using zebget::TransferTimes;
 using Outcome = ConsoleListener::Outcome;
-
-/// Changed only while no interrupt is handled.
-std::vector<std::shared_ptr<Request>> runningRequests;
-
-/// Ctrl-C: the transfers end with REQUEST_CANCELLED, and all ends as it always does. cancel() sets an atomic
-/// flag and nothing else, so a signal handler may call it. The second one ends zebget at once: it may be in
-/// the middle of a question.
-void cancelOnInterrupt(int /*signal*/) {
-    for (const std::shared_ptr<Request>& request : runningRequests) {
-        request->cancel();
-    }
-    (void)std::signal(SIGINT, SIG_DFL);
-}
 
 HttpClientError::Error enqueue(BasicHttpClient& client, const Arguments& arguments,
                                const std::shared_ptr<Request>& request) {
@@ -133,10 +120,10 @@ std::vector<Outcome> runAll(const Arguments& arguments,
     return outcomes;
 }
 
-int runHost(const Arguments& arguments) {
+int runHost(const Arguments& arguments, zebget::Interrupt& interrupt) {
     const std::shared_ptr<zebget::ProxyPrompt> prompt = answerProxies(arguments);
     if (arguments.multiFile) {
-        const int status = zebget::runMulti(arguments);
+        const int status = zebget::runMulti(arguments, interrupt);
         prompt->finish();
         return status;
     }
@@ -145,13 +132,15 @@ int runHost(const Arguments& arguments) {
     for (const std::string& url : arguments.urls) {
         requests.push_back(zebget::makeRequest(arguments, url));
     }
-    runningRequests = requests;
-    (void)std::signal(SIGINT, cancelOnInterrupt);
+    interrupt.doFirst([requests] {
+        for (const std::shared_ptr<Request>& request : requests) {
+            request->cancel();
+        }
+    });
     const auto began = std::chrono::steady_clock::now();
     const std::vector<Outcome> outcomes = runAll(arguments, requests);
     const std::chrono::duration<double, std::milli> took = std::chrono::steady_clock::now() - began;
-    (void)std::signal(SIGINT, SIG_DFL);
-    runningRequests.clear();
+    interrupt.doFirst(nullptr);
     prompt->finish();
     int exitStatus = 0;
     for (std::size_t i = 0; i < outcomes.size(); ++i) {
@@ -175,13 +164,14 @@ int main(int argc, char** argv) {
     if (arguments == nullptr) {
         return exitStatus;
     }
+    zebget::Interrupt interrupt;
     // What went wrong is told by the result; the log is for those who ask for it.
     LogController::getInstance()->setLevel(arguments->verbose ? ZEBLOG_INFO : 0);
     if (zeb::netutils::GlobalInit() != 0) {
         std::cerr << "zebget: the library could not be started\n";
         return EXIT_FAILURE;
     }
-    exitStatus = runHost(*arguments);
+    exitStatus = runHost(*arguments, interrupt);
     zeb::netutils::GlobalCleanup();
     return exitStatus;
 }
