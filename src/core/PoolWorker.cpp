@@ -2,6 +2,7 @@
 
 #include "core/ScopedLock.h"
 #include "core/Task.h"
+#include "core/Thread.h"
 #include "core/ThreadNameSetter.h"
 #include "core/ThreadPool.h"
 
@@ -53,6 +54,9 @@ void PoolWorker::run() {
         while (task != nullptr) {
             runTask(std::move(task), shownName);
             task = takeTask();
+            if (task == nullptr) {
+                task = takeTaskAfterRest();
+            }
         }
         if (!shownName.empty()) {
             ThreadNameSetter::SetCurrentThreadName(threadNameBase_);
@@ -102,6 +106,25 @@ std::shared_ptr<Task> PoolWorker::takeTaskLocked() {
     std::shared_ptr<Task> task = std::move(queue.front());
     queue.pop_front();
     return task;
+}
+
+/// Rests as a busy thread, so that nobody calls it.
+std::shared_ptr<Task> PoolWorker::takeTaskAfterRest() {
+    const std::uint32_t rest = restMilliseconds_;
+    if (rest == 0) {
+        return nullptr;
+    }
+    {
+        const ScopedLock lock(workerMutex_);
+        ++busyCount_;
+    }
+    Thread::sleep(rest);
+    {
+        const ScopedLock lock(workerMutex_);
+        --busyCount_;
+    }
+    // Whoever found the thread busy has enqueued before this look.
+    return takeTask();
 }
 
 void PoolWorker::runTask(std::shared_ptr<Task> task, std::string& shownName) {

@@ -38,6 +38,7 @@ public:
     void wakeUpThread();
     /// Makes a thread unless the pool has as many as it may have, or has been shut down.
     void addThread();
+    void setRest(std::uint32_t milliseconds) { restMilliseconds_ = milliseconds; }
     /// Empties both queues.
     void dropWaitingTasks();
     /// Drops the waiting tasks and lets the threads end. The worker may be gone on return: the pool's last
@@ -51,6 +52,7 @@ private:
     std::shared_ptr<Task> waitForTask(bool& timedOut);
     std::shared_ptr<Task> takeTask();
     std::shared_ptr<Task> takeTaskLocked();
+    std::shared_ptr<Task> takeTaskAfterRest();
     /// `shownName`: the thread's name, empty while it shows that of an idle one.
     void runTask(std::shared_ptr<Task> task, std::string& shownName);
     bool queuesEmptyLocked() const;
@@ -62,6 +64,7 @@ private:
     const std::shared_ptr<Mutex> queueMutex_;  ///< guards both queues
     Condition taskArrived_;                    ///< waited on with the queue mutex, signalled without it
     const std::uint64_t idleMilliseconds_;
+    std::atomic<std::uint32_t> restMilliseconds_{0};
     Mutex workerMutex_;  ///< guards both counts
     std::uint32_t threadCount_ = 0;
     std::uint32_t busyCount_ = 0;

@@ -44,6 +44,7 @@ constexpr long DEFAULT_CONNECTION_TIMEOUT_MS = 60000;
 constexpr long DEFAULT_LOW_SPEED_TIMEOUT_S = 60;
 constexpr long MAX_REDIRECTS = 5;
 constexpr double PROGRESS_STEP_BYTES = 102400.0;
+constexpr std::size_t USUAL_HEADERS = 16;
 constexpr std::size_t MAX_HEADER_BYTES = std::size_t{1} << 20;
 constexpr int PROXY_AUTHENTICATION_REQUIRED = 407;
 constexpr char UNUSABLE_PROXY[] = "http://";
@@ -618,7 +619,7 @@ void clearIdentityInformationOnRedirect(HttpRequestData& data) {
 }
 
 /// Of a line with a colon in it. Behind that one character is taken for the blank, whatever it is.
-HttpHeader buildHeaderPair(const std::string& line) {
+HttpHeader buildHeaderPair(std::string_view line) {
     const std::size_t colon = line.find(':');
     HttpHeader header(line.substr(0, colon), "");
     if (colon + 2 < line.size()) {
@@ -630,9 +631,13 @@ HttpHeader buildHeaderPair(const std::string& line) {
 }
 
 void takeHeader(HttpRequestData& data, HttpHeader header) {
+    if (data.headers->empty()) {
+        data.headers->reserve(USUAL_HEADERS);
+    }
     data.headers->push_back(std::move(header));
     const HttpHeader& taken = data.headers->back();
-    if (QRMCoreUtils::toUppercase(taken.first) == "LOCATION") {
+    static const std::string LOCATION = "LOCATION";
+    if (QRMCoreUtils::caseInsensitiveStringEquals(taken.first, LOCATION)) {
         data.redirectUrls->push_back(taken.second);
         if (optionsOf(data).followRedirects) {
             clearIdentityInformationOnRedirect(data);
@@ -642,7 +647,7 @@ void takeHeader(HttpRequestData& data, HttpHeader header) {
     }
 }
 
-void takeStatusLine(HttpRequestData& data, const std::string& line) {
+void takeStatusLine(HttpRequestData& data, std::string_view line) {
     ZEB_LOG_DEBUG(log::httpClient(), "Request " << data.formattedRequestID() << " got status line: " << line);
     if (!data.headers->empty()) {
         ZEB_LOG_DEBUG(log::httpClient(),
@@ -659,13 +664,13 @@ void takeBlocksEnd(const HttpRequestData& data) {
 }
 
 /// Without the CR and LF at its end. A line too short to have them is told of, and is looked at as it is.
-std::string withoutItsEnd(std::string_view bytes) {
+std::string_view withoutItsEnd(std::string_view bytes) {
     if (bytes.size() > 2) {
-        return std::string(bytes.substr(0, bytes.size() - 2));
+        return bytes.substr(0, bytes.size() - 2);
     }
     ZEB_LOG_WARNING(log::httpClient(),
                     "Got header line with unexpected length " << bytes.size() << " and content: " << bytes);
-    return std::string(bytes);
+    return bytes;
 }
 
 void takeHeaderLine(HttpRequestData& data, std::string_view bytes) {
@@ -673,8 +678,8 @@ void takeHeaderLine(HttpRequestData& data, std::string_view bytes) {
         takeBlocksEnd(data);
         return;
     }
-    const std::string line = withoutItsEnd(bytes);
-    if (line.find(':') != std::string::npos) {
+    const std::string_view line = withoutItsEnd(bytes);
+    if (line.find(':') != std::string_view::npos) {
         takeHeader(data, buildHeaderPair(line));
     } else if (line.compare(0, 4, "HTTP") == 0) {
         takeStatusLine(data, line);
@@ -888,12 +893,14 @@ bool CurlHttpUtils::configureEasyRequest(const RequestDataPtr& data) {
         return false;
     }
     CURL* const curl = connection->getHandle();
-    curl_easy_reset(curl);
+    if (!connection->takePristine()) {
+        curl_easy_reset(curl);
+    }
     setHeadersFromHttpRequestData(data);
     curl_easy_setopt(curl, CURLOPT_HEADERFUNCTION, &curlHeaderCallback);
     curl_easy_setopt(curl, CURLOPT_HEADERDATA, data.get());
     encodeUrl(*data);
-    setUrl(data);
+    data->getWrapper().urlGiven = setUrl(data);
     if (!prepareFile(data->getWrapper())) {
         return false;
     }

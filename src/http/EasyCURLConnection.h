@@ -3,6 +3,7 @@
 #include "core/Export.h"
 
 #include <array>
+#include <utility>
 
 namespace zeb::http {
 
@@ -21,8 +22,14 @@ public:
     /// For CURLOPT_ERRORBUFFER: all zero at first.
     char* getErrorBuffer() { return errorBuffer_.data(); }
 
+    /// Nobody has touched the handle, and nobody will but the one request that it is for.
+    void setPristine() { pristine_ = true; }
+    /// For the configuration of a request: true, once, when there is nothing in the handle to reset.
+    bool takePristine() { return std::exchange(pristine_, false); }
+
 private:
     void* const handle_;
+    bool pristine_ = false;
     std::array<char, 256> errorBuffer_{};  // CURL_ERROR_SIZE
 };
 

@@ -14,8 +14,4 @@ void MultiHttpClientImpl::EnqueueClientDataTask::execute() {
     requestProcessing_->enqueueClientData(std::move(clientData_));
 }
 
-std::string MultiHttpClientImpl::EnqueueClientDataTask::name() const {
-    return "zeb::http::MultiHttpClientImpl::EnqueueClientDataTask";
-}
-
 }  // namespace zeb::http

@@ -4,7 +4,6 @@
 #include "http/MultiHttpClientImpl.h"
 
 #include <memory>
-#include <string>
 
 namespace zeb::http {
 
@@ -15,8 +14,6 @@ public:
     EnqueueClientDataTask(std::shared_ptr<MultiHttpClientData> clientData,
                           std::shared_ptr<RequestProcessing> requestProcessing);
     void execute() override;
-    /// What the default would find out anew for each task.
-    std::string name() const override;
 
 private:
     std::shared_ptr<MultiHttpClientData> clientData_;

@@ -10,14 +10,27 @@
 
 namespace zeb::http {
 
+namespace {
+
+/// It has no state: one serves all.
+std::shared_ptr<CurlAnswerEvaluator> defaultEvaluator() {
+    static const auto evaluator = std::make_shared<CurlAnswerEvaluator>();
+    return evaluator;
+}
+
+}  // namespace
+
 HttpClientData::HttpClientData(std::shared_ptr<HttpNetworkEventReporter> reporter,
-                               std::shared_ptr<EdgeTransformer> edgeTransformer)
+                               std::shared_ptr<EdgeTransformer> edgeTransformer, Lending lending)
     : networkEvent_(std::move(reporter), edgeTransformer),
       edgeTransformer_(std::move(edgeTransformer)),
-      connectionAvailable_(std::make_shared<Event>(true)),
+      connectionAvailable_(lending == Lending::IN_TURN ? std::make_shared<Event>(true) : nullptr),
       easyConnection_(std::make_shared<EasyCURLConnection>()),
-      curlAnswerEvaluator_(std::make_shared<CurlAnswerEvaluator>()) {
-    connectionAvailable_->set();
+      curlAnswerEvaluator_(defaultEvaluator()) {
+    if (lending == Lending::TO_ONE) {
+        easyConnection_->setPristine();
+    }
+    onEasyCURLConnectionReturned();
 }
 
 HttpClientData::~HttpClientData() = default;
@@ -25,7 +38,7 @@ HttpClientData::~HttpClientData() = default;
 std::shared_ptr<HttpClientData> HttpClientData::build(std::shared_ptr<HttpNetworkEventReporter> reporter,
                                                       std::shared_ptr<EdgeTransformer> edgeTransformer) {
     return std::shared_ptr<HttpClientData>(
-        new HttpClientData(std::move(reporter), std::move(edgeTransformer)));
+        new HttpClientData(std::move(reporter), std::move(edgeTransformer), Lending::IN_TURN));
 }
 
 void HttpClientData::provideEasyCURLConnection(HttpRequestData& requestData) {
@@ -33,12 +46,16 @@ void HttpClientData::provideEasyCURLConnection(HttpRequestData& requestData) {
         ZEB_LOG_DEBUG(log::httpClient(), "The provided consumer already owns a curl connection");
         return;
     }
-    connectionAvailable_->wait();
+    if (connectionAvailable_ != nullptr) {
+        connectionAvailable_->wait();
+    }
     requestData.consumeEasyCURLConnection(getEasyCURLConnection(), shared_from_this());
 }
 
 void HttpClientData::onEasyCURLConnectionReturned() {
-    connectionAvailable_->set();
+    if (connectionAvailable_ != nullptr) {
+        connectionAvailable_->set();
+    }
 }
 
 std::shared_ptr<EasyCURLConnection> HttpClientData::getEasyCURLConnection() const {
@@ -80,7 +97,7 @@ std::shared_ptr<CurlAnswerEvaluator> HttpClientData::getCurlAnswerEvaluator() co
 
 void HttpClientData::setCurlAnswerEvaluator(std::shared_ptr<CurlAnswerEvaluator> evaluator) {
     if (evaluator == nullptr) {
-        evaluator = std::make_shared<CurlAnswerEvaluator>();
+        evaluator = defaultEvaluator();
     }
     const ScopedLock lock(mutex_);
     curlAnswerEvaluator_ = std::move(evaluator);

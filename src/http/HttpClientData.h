@@ -53,8 +53,11 @@ public:
     void setCurlAnswerEvaluator(std::shared_ptr<CurlAnswerEvaluator> evaluator);
 
 protected:
+    /// Whether requests wait for each other's return of the handle, or there is but one.
+    enum class Lending { IN_TURN, TO_ONE };
+
     HttpClientData(std::shared_ptr<HttpNetworkEventReporter> reporter,
-                   std::shared_ptr<EdgeTransformer> edgeTransformer);
+                   std::shared_ptr<EdgeTransformer> edgeTransformer, Lending lending);
 
 private:
     const HttpNetworkEvent networkEvent_;
@@ -62,7 +65,7 @@ private:
     mutable Mutex mutex_;  ///< guards the pointers and the flag below, never held during a call out
     std::shared_ptr<common::Policy> edgePolicy_;
     bool edgeUsagePolicyCanBeIgnored_ = false;
-    const std::shared_ptr<Event> connectionAvailable_;
+    const std::shared_ptr<Event> connectionAvailable_;  ///< null when nobody ever waits
     std::shared_ptr<EasyCURLConnection> easyConnection_;
     std::shared_ptr<CurlAnswerEvaluator> curlAnswerEvaluator_;
 };

@@ -132,7 +132,7 @@ void HttpNetworkEvent::notifyHttpErrorEdgeEvents(HttpClientResult::Result result
 }
 
 bool HttpNetworkEvent::isFailedOverEdgeRequest(const HttpRequestData& requestData) const {
-    return !requestData.getFailedUrlInfo().empty() && isEdgeRequest(requestData);
+    return requestData.hasFailedUrl() && isEdgeRequest(requestData);
 }
 
 void HttpNetworkEvent::notifySuccessfulFailoverEdgeEvents(HttpClientResult::Result result,

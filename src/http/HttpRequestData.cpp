@@ -19,9 +19,7 @@ namespace zeb::http {
 namespace {
 
 std::uint32_t nextRequestId() {
-    static Mutex* const mutex = new Mutex;  // never destroyed: requests may outlive static destruction
-    static std::uint32_t next = 0;
-    const ScopedLock lock(*mutex);
+    static std::atomic<std::uint32_t> next{0};
     return next++;
 }
 
@@ -123,6 +121,11 @@ void HttpRequestData::setFailoverUrls(const std::deque<std::string>& urls) {
     const ScopedLock lock(failoverMutex_);
     failedUrlInfo_.clear();
     failoverUrls_ = urls;
+}
+
+bool HttpRequestData::hasFailedUrl() const {
+    const ScopedLock lock(failoverMutex_);
+    return !failedUrlInfo_.empty();
 }
 
 std::vector<FailedUrlInfo> HttpRequestData::getFailedUrlInfo() const {

@@ -80,6 +80,7 @@ public:
     bool hasFailoverUrl() const;
     /// The URLs to go on with, in this order, when the one before fails. Forgets earlier failures.
     void setFailoverUrls(const std::deque<std::string>& urls);
+    bool hasFailedUrl() const;
     std::vector<FailedUrlInfo> getFailedUrlInfo() const;
     /// Notes that the present URL failed, makes the next one the options' URL, and drops what was derived
     /// from the former.

@@ -7,7 +7,8 @@ namespace zeb::http {
 MultiHttpClientData::MultiHttpClientData(std::shared_ptr<HttpNetworkEventReporter> reporter,
                                          std::shared_ptr<EdgeTransformer> edgeTransformer,
                                          std::shared_ptr<HttpRequestData> requestData)
-    : HttpClientData(std::move(reporter), std::move(edgeTransformer)), requestData_(std::move(requestData)) {}
+    : HttpClientData(std::move(reporter), std::move(edgeTransformer), Lending::TO_ONE),
+      requestData_(std::move(requestData)) {}
 
 MultiHttpClientData::~MultiHttpClientData() = default;
 

@@ -101,7 +101,6 @@ public:
     FailTask(ClientData clientData, std::shared_ptr<RequestProcessing> requestProcessing)
         : clientData_(std::move(clientData)), requestProcessing_(std::move(requestProcessing)) {}
     void execute() override { requestProcessing_->fail(clientData_, HttpClientResult::UNKNOWN_ERROR); }
-    std::string name() const override { return EnqueueClientDataTask(nullptr, nullptr).name(); }
 
 private:
     const ClientData clientData_;
@@ -123,6 +122,9 @@ MultiHttpClientImpl::RequestProcessing::~RequestProcessing() = default;
 
 HttpClientError::Error MultiHttpClientImpl::RequestProcessing::enqueueClientDataOnNewThread(
     ClientData clientData) {
+    if (becomesReadyAtOnce(clientData)) {
+        return HttpClientError::SUCCESS;
+    }
     auto task = std::make_shared<EnqueueClientDataTask>(std::move(clientData), shared_from_this());
     if (drivenByThisThread == this && moreHaveEnded_) {
         deferredTasks_.push_back(std::move(task));
@@ -135,10 +137,25 @@ HttpClientError::Error MultiHttpClientImpl::RequestProcessing::enqueueClientData
     return HttpClientError::SUCCESS;
 }
 
-void MultiHttpClientImpl::RequestProcessing::handOverDeferredTasks() {
-    for (std::shared_ptr<Task>& task : deferredTasks_) {
-        enqueuePool_.enqueue(std::move(task), false, false);
+/// Deliberate: what can't block doesn't go by way of the pool, which is there for what can. Nobody could tell
+/// the difference but by the time that two changes of threads take, more than libcurl's part of a small
+/// request. Whatever fails is done again on a pool thread, and told there.
+bool MultiHttpClientImpl::RequestProcessing::becomesReadyAtOnce(const ClientData& clientData) {
+    const HttpRequestData& requestData = *clientData->getRequestData();
+    const Request& request = *requestData.getRequest();
+    const std::shared_ptr<Policy> edgePolicy = clientData->getEdgePolicy();
+    const bool edgeMayBlock = edgePolicy != EdgePolicy::NEVER_USE_EDGE_POLICY;
+    const bool lookupMayBlock =
+        !useProxy(request) && UnresolvedHostCache::namesHost(request.getOptions()->url);
+    if (!running_ || edgeMayBlock || lookupMayBlock || !enforceEdgeUsagePolicy(clientData, edgePolicy)) {
+        return false;
     }
+    transfer(clientData);
+    return true;
+}
+
+void MultiHttpClientImpl::RequestProcessing::handOverDeferredTasks() {
+    enqueuePool_.enqueueAll(deferredTasks_);
     deferredTasks_.clear();
 }
 
@@ -148,7 +165,7 @@ void MultiHttpClientImpl::RequestProcessing::enqueueClientData(ClientData client
         return;
     }
     HttpRequestData& requestData = *clientData->getRequestData();
-    if (!enforceEdgeUsagePolicy(clientData)) {
+    if (!enforceEdgeUsagePolicy(clientData, clientData->getEdgePolicy())) {
         ZEB_LOG_ERROR(log::httpClient(), prefix() << "Edge policy not enforceable.");
         fail(clientData, requestData.getEdgeTransformResult() == TransformResult::EDGE_DISABLED_BY_OVT_POLICY
                              ? HttpClientResult::EDGE_DISABLED_BY_OVT_POLICY
@@ -164,11 +181,12 @@ void MultiHttpClientImpl::RequestProcessing::enqueueClientData(ClientData client
     transfer(std::move(clientData));
 }
 
-bool MultiHttpClientImpl::RequestProcessing::enforceEdgeUsagePolicy(const ClientData& clientData) const {
+bool MultiHttpClientImpl::RequestProcessing::enforceEdgeUsagePolicy(
+    const ClientData& clientData, const std::shared_ptr<Policy>& edgePolicy) const {
     const std::shared_ptr<HttpRequestData>& requestData = clientData->getRequestData();
     ZEB_LOG_DEBUG(log::httpClient(), prefix() << "About to enforce Edge policy with Url: "
                                               << RequestSteps::hiddenUrl(*requestData));
-    if (RequestSteps::enforceEdge(clientData->getEdgePolicy(), requestData, *clientData) !=
+    if (RequestSteps::enforceEdge(edgePolicy, requestData, *clientData) !=
         Policy::PolicyEnforcingResult::SUCCESS) {
         const TransformResult::Result result = requestData->getEdgeTransformResult();
         if (result == TransformResult::EDGE_DISABLED_BY_OVT_POLICY) {
@@ -187,10 +205,10 @@ bool MultiHttpClientImpl::RequestProcessing::enforceEdgeUsagePolicy(const Client
     }
     ZEB_LOG_DEBUG(log::httpClient(), prefix() << "Edge policy enforced successfully with transformed Url: "
                                               << RequestSteps::hiddenUrl(*requestData));
-    // Under this policy the transformer isn't asked: headers, token, cookies and names are as configured.
-    const bool asConfigured = clientData->getEdgePolicy() == EdgePolicy::NEVER_USE_EDGE_POLICY &&
-                              requestData->getFailedUrlInfo().empty();
-    return asConfigured ? CurlHttpUtils::setUrl(requestData) : applyTransformation(requestData);
+    // Under this policy the transformer isn't asked: headers, token, cookies, names and URL are as
+    // configured.
+    const bool asConfigured = edgePolicy == EdgePolicy::NEVER_USE_EDGE_POLICY && !requestData->hasFailedUrl();
+    return asConfigured ? requestData->getWrapper().urlGiven : applyTransformation(requestData);
 }
 
 void MultiHttpClientImpl::RequestProcessing::logEnforcingResult(TransformResult::Result result) const {
@@ -234,7 +252,9 @@ void MultiHttpClientImpl::RequestProcessing::transfer(ClientData clientData) {
         const ScopedLock lock(transfersMutex_);
         if (running_) {
             readyTransfers_.push_back(std::move(clientData));
-            wakeEvent_.set();
+            if (drivenByThisThread != this) {
+                wakeEvent_.set();
+            }
             return;
         }
     }
@@ -421,14 +441,14 @@ void MultiHttpClientImpl::RequestProcessing::finishTransfer(void* easy, int curl
     const std::shared_ptr<HttpRequestData>& requestData = clientData->getRequestData();
     removeFromMultiHandle(easy);
     curlCode = RequestSteps::settleCode(curlCode, *requestData);
-    const HttpClientResult::Result result =
-        clientData->getCurlAnswerEvaluator()->curlCodeToResult(curlCode, requestData.get());
+    const std::shared_ptr<CurlAnswerEvaluator> evaluator = clientData->getCurlAnswerEvaluator();
+    const HttpClientResult::Result result = evaluator->curlCodeToResult(curlCode, requestData.get());
     ZEB_LOG_INFO(log::httpClient(), prefix() << "*-----* "
                                                 "HTTP response code "
                                              << requestData->responseCode << " for request "
                                              << requestData->formattedRequestID() << " to "
                                              << RequestSteps::hiddenUrl(*requestData));
-    if (failOver(clientData, result, curlCode)) {
+    if (evaluator->representServerFailure(curlCode) && failOver(clientData, result, curlCode)) {
         return;
     }
     CurlHttpUtils::resetCurlPassword(requestData);
@@ -459,8 +479,7 @@ MultiHttpClientImpl::RequestProcessing::ClientData MultiHttpClientImpl::RequestP
 bool MultiHttpClientImpl::RequestProcessing::failOver(const ClientData& clientData,
                                                       HttpClientResult::Result result, int curlCode) {
     const std::shared_ptr<HttpRequestData>& requestData = clientData->getRequestData();
-    if (!clientData->getCurlAnswerEvaluator()->representServerFailure(curlCode) ||
-        !requestData->hasFailoverUrl()) {
+    if (!requestData->hasFailoverUrl()) {
         return false;
     }
     ZEB_LOG_ERROR(log::httpClient(), prefix() << "There was an issue performing the call to "
@@ -481,7 +500,7 @@ void MultiHttpClientImpl::RequestProcessing::notifyListener(const ClientData& cl
                                                             HttpClientResult::Result result) {
     HttpRequestData& requestData = *clientData->getRequestData();
     // A copy, made before the listener is called.
-    const HttpNetworkEvent networkEvent = clientData->getNetworkEvent();
+    HttpNetworkEvent networkEvent = clientData->getNetworkEvent();
     const std::shared_ptr<HttpClientListener> listener = requestData.getRequest()->getListener();
     if (listener == nullptr) {
         ZEB_LOG_WARNING(log::httpClient(),
@@ -509,13 +528,18 @@ void MultiHttpClientImpl::RequestProcessing::notifyListener(const ClientData& cl
         const CallOut callOut(*multiConnection_);
         listener->onRequestFailed(requestData.getRequestId(), result);
     }
-    outcomes_.push_back({networkEvent, result, clientData});
+    const bool isEdgeRequest = networkEvent.isEdgeRequest(requestData);
+    outcomes_.push_back({std::move(networkEvent), result, isEdgeRequest ? clientData : nullptr});
 }
 
 void MultiHttpClientImpl::RequestProcessing::reportOutcomes() {
     for (const Outcome& outcome : outcomes_) {
-        outcome.networkEvent.notifyNetworkEventReporter(outcome.result, *outcome.clientData->getRequestData(),
-                                                        outcome.clientData->getEdgePolicy());
+        if (outcome.edgeRequest == nullptr) {
+            outcome.networkEvent.notifyHttpEvents(outcome.result);
+        } else {
+            outcome.networkEvent.notifyNetworkEventReporter(
+                outcome.result, *outcome.edgeRequest->getRequestData(), outcome.edgeRequest->getEdgePolicy());
+        }
     }
     outcomes_.clear();
 }

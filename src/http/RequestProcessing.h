@@ -54,15 +54,19 @@ private:
     using ClientData = std::shared_ptr<MultiHttpClientData>;
     using Transfers = std::map<void*, ClientData>;
     class FailTask;
-    /// What the reporter is to hear.
+    /// What the reporter is to hear. Only one that has gone through the edge is told more about than its
+    /// result; the others needn't live on.
     struct Outcome {
         HttpNetworkEvent networkEvent;
         HttpClientResult::Result result;
-        ClientData clientData;
+        ClientData edgeRequest;
     };
 
-    // On pool threads.
-    bool enforceEdgeUsagePolicy(const ClientData& clientData) const;
+    bool becomesReadyAtOnce(const ClientData& clientData);
+
+    // On pool threads, or in place of that.
+    bool enforceEdgeUsagePolicy(const ClientData& clientData,
+                                const std::shared_ptr<common::Policy>& edgePolicy) const;
     bool applyTransformation(const std::shared_ptr<HttpRequestData>& requestData) const;
     void logEnforcingResult(EdgeTransformer::TransformRequestResult::Result result) const;
     void onAuthenticationFailed(HttpRequestData& requestData) const;

@@ -34,6 +34,7 @@ struct ZEBNETUTILS_EXPORT RequestWrapper {
     /// with an error in the log, when the request or its options are null.
     const std::string url;
     double lastReportedProgress;
+    bool urlGiven = false;        ///< libcurl took the URL when the request was configured
     std::size_t headerBytes = 0;  ///< of all header lines that have come in this attempt
     HTTPFileOperation::Method fileOperation;
     std::string filePath;

@@ -5,10 +5,7 @@
 namespace zeb::http {
 
 Response::Response()
-    : redirectUrls(std::make_shared<std::vector<std::string>>()),
-      headers(std::make_shared<HttpHeaders>()),
-      localIpAddress(ip::IpAddress::createIpAddress("")),
-      destinationIpAddress(ip::IpAddress::createIpAddress("")) {}
+    : redirectUrls(std::make_shared<std::vector<std::string>>()), headers(std::make_shared<HttpHeaders>()) {}
 
 Response::~Response() = default;
 

@@ -17,6 +17,8 @@ namespace {
 /// From here on a new failure first makes room: hosts that nobody asks for again would stay for ever.
 constexpr std::size_t MANY_HOSTS = 1024;
 
+constexpr char FILE_SCHEME[] = "file";
+
 std::string pii(const std::string& text) {
     return ZEBLogger_replacePIIData(text);
 }
@@ -35,8 +37,13 @@ UnresolvedHostCache::UnresolvedHostCache(std::shared_ptr<dns::DnsHostResolver> r
 
 UnresolvedHostCache::~UnresolvedHostCache() = default;
 
+bool UnresolvedHostCache::namesHost(const std::string& url) {
+    return HttpUtils::extractProtocolFromHttpUrl(url) != FILE_SCHEME &&
+           !needsNoResolution(HttpUtils::extractHostFromHttpUrl(url), url);
+}
+
 bool UnresolvedHostCache::hostCanBeResolved(const std::string& url) {
-    if (HttpUtils::extractProtocolFromHttpUrl(url) == "file") {
+    if (HttpUtils::extractProtocolFromHttpUrl(url) == FILE_SCHEME) {
         return true;
     }
     const std::string host = HttpUtils::extractHostFromHttpUrl(url);

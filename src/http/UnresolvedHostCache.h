@@ -31,6 +31,9 @@ public:
     UnresolvedHostCache(const UnresolvedHostCache&) = delete;
     UnresolvedHostCache& operator=(const UnresolvedHostCache&) = delete;
 
+    /// False for a file and for an IP address: hostCanBeResolved() answers those at once, without a line in
+    /// the log.
+    static bool namesHost(const std::string& url);
     /// False when the host of the URL could not be resolved lately, or can't be now; blocks while DNS is
     /// asked. True without a question for a file, for an IP address, and for a URL without a host.
     bool hostCanBeResolved(const std::string& url);

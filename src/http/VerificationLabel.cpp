@@ -55,9 +55,14 @@ VerifierNumbers& verifierNumbers() {
     return instance;
 }
 
+void append(std::string& text, std::uint64_t number) {
+    text.append(reinterpret_cast<const char*>(&number), sizeof number);
+}
+
 /// No two lists of fields give the same text: each is preceded by its length.
 void append(std::string& text, const std::string& field) {
-    text.append(std::to_string(field.size())).append(":").append(field);
+    append(text, std::uint64_t{field.size()});
+    text.append(field);
 }
 
 /// In hexadecimal; empty when OpenSSL has no SHA-256 for us.
@@ -79,11 +84,12 @@ std::string digestOf(const std::string& text) {
 }  // namespace
 
 std::string VerificationLabel::of(const SSLData& sslData, long acceptableTlsVersions) {
-    std::string text;
-    append(text, std::to_string(verifierNumbers().of(sslData.certVerifier)));
-    append(text, std::to_string(common::TrustEpoch::current()));
-    append(text, std::to_string(static_cast<int>(sslData.identityMatchModel)));
-    append(text, std::to_string(acceptableTlsVersions));
+    thread_local std::string text;
+    text.clear();
+    append(text, verifierNumbers().of(sslData.certVerifier));
+    append(text, common::TrustEpoch::current());
+    append(text, static_cast<std::uint64_t>(sslData.identityMatchModel));
+    append(text, static_cast<std::uint64_t>(acceptableTlsVersions));
     append(text, sslData.sniServerName);
     // Usually empty before the handshake, which then takes the URL's host: that one libcurl compares itself.
     append(text, sslData.serverCurlFQDN);
@@ -96,7 +102,7 @@ std::string VerificationLabel::of(const SSLData& sslData, long acceptableTlsVers
     if (text != lastText || lastLabel.empty()) {
         const std::string digest = digestOf(text);
         lastLabel = digest.empty() ? "" : "/dev/null/" + digest;
-        lastText = std::move(text);
+        lastText = text;
     }
     return lastLabel;
 }

@@ -8,6 +8,7 @@
 #include "netutils/NetworkEventReporterObserver.h"
 #include "netutils/NetworkEventTask.h"
 
+#include <cstdint>
 #include <utility>
 
 namespace zeb::netutils {
@@ -19,8 +20,13 @@ using Type = NetworkEventTask::Type;
 constexpr unsigned int NO_THREAD = 0;
 constexpr unsigned int ONE_THREAD = 1;
 
+/// Every transfer ends in a report; nobody minds one that is a moment late.
+constexpr std::uint32_t REST_MS = 1;
+
 std::shared_ptr<ThreadPool> createPool(unsigned int threads) {
-    return std::make_shared<ThreadPool>(threads, threads, "NetEventReport", 60);
+    auto pool = std::make_shared<ThreadPool>(threads, threads, "NetEventReport", 60);
+    pool->restBetweenTasks(REST_MS);
+    return pool;
 }
 
 /// The process's one pool. Never destroyed: transfers may still report while the process ends.
