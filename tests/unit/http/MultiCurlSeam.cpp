@@ -144,6 +144,9 @@ int __wrap_pthread_create(pthread_t* thread, const pthread_attr_t* attributes, v
 bool __wrap__ZN3zeb5Event9timedWaitEl(zeb::Event* event, long milliseconds) {
     if (MultiCurlSeam* const at = seam) {
         MultiCurlSeamCalls::noteIdle(*at, milliseconds);
+        if (milliseconds == at->expiringLengthMs) {
+            return false;
+        }
         ++at->idleWaits;
         if (useUp(at->expiringIdleWaits)) {
             return false;
