@@ -115,6 +115,9 @@ CURLMcode __wrap_curl_multi_wait(CURLM* multi, curl_waitfd* extra, unsigned int 
             return CURLM_INTERNAL_ERROR;
         }
         ms = std::min(ms, at->longestWaitMs.load());
+        long timer = -1;
+        curl_multi_timeout(multi, &timer);
+        at->lastWaitMs = timer < 0 ? ms : std::min<long>(ms, timer);
     }
     return __real_curl_multi_wait(multi, extra, count, ms, ready);
 }

@@ -32,6 +32,9 @@ public:
     std::atomic<int> removes{0};
     std::atomic<int> performs{0};
     std::atomic<int> idleWaits{0};
+    /// How long the wait for the network that was begun last goes on while nothing comes: libcurl may have a
+    /// timer that ends it earlier than it was asked for.
+    std::atomic<long> lastWaitMs{0};
     /// What the waits of both kinds were asked for, in milliseconds. Among the idle times are all timed waits
     /// for an event, whoever waits.
     std::vector<int> waits() const;

@@ -11,6 +11,7 @@
 #include <filesystem>
 #include <fstream>
 #include <iterator>
+#include <optional>
 #include <pthread.h>
 #include <tuple>
 #include <unistd.h>
@@ -106,8 +107,14 @@ TEST_F(MultiHttpClientRequestTest, ADownloadKeepsItsMethod) {
 // --- on the pool's threads ---------------------------------------------------------------------------------
 
 TEST_F(MultiHttpClientRequestTest, FailuresFromBeforeTheTransferAreToldOnThreadsOfThePool) {
+    const LogCapture log;
     std::vector<std::string> threads;
-    listener_->whenAnswered = [&](const Outcome&) { threads.push_back(nameOfThisThread().substr(0, 8)); };
+    listener_->whenAnswered = [&](const Outcome& outcome) {
+        threads.push_back(nameOfThisThread().substr(0, 8));
+        // Whoever hears of the end may end the client: nothing of it is lent any more.
+        EXPECT_EQ(log.contains("Request #" + std::to_string(outcome.id) + " returning borrowed"),
+                  threads.size() <= 3);
+    };
     LoopbackServer server(hello);
     resolver_->answer = false;
     ASSERT_EQ(enqueue("http://nobody.invalid/"), HttpClientError::SUCCESS);
@@ -343,6 +350,64 @@ TEST_F(MultiHttpClientRequestTest, AnEvaluatorOfTheHostsDecidesWhetherAServerHas
     ASSERT_EQ(enqueue(request), HttpClientError::SUCCESS);
     EXPECT_EQ(answer(1).result, HttpClientResult::HOST_UNREACHABLE_ERROR);
     EXPECT_EQ(server.connections(), 0U);
+}
+
+TEST_F(MultiHttpClientRequestTest, NothingOfAFailedAttemptIsInTheAnswerOfTheNext) {
+    class PartsAreFailures : public CurlAnswerEvaluator {
+    public:
+        bool representServerFailure(int code) override { return code == CURLE_PARTIAL_FILE; }
+    };
+    LoopbackServer broken([](const LoopbackServer::Request&) {
+        return Reply::bytes("HTTP/1.1 500 Former\r\nX-Former: 1\r\nContent-Length: 99\r\n\r\nformer")
+            .thenClose();
+    });
+    LoopbackServer server(hello);
+    client().setCurlAnswerEvaluator(std::make_shared<PartsAreFailures>());
+    const auto request = makeRequest(broken.url("/"), listener_);
+    request->getOptions()->failoverUrls = {server.url("/")};
+    ASSERT_EQ(enqueue(request), HttpClientError::SUCCESS);
+    const Outcome outcome = answer(1);
+    EXPECT_EQ(server.connections(), 1U);
+    EXPECT_EQ(outcome.response.responseCode, 200);
+    EXPECT_EQ(outcome.response.body, "hello");
+    EXPECT_EQ(outcome.response.getHeader("X-Former"), "");
+}
+
+TEST_F(MultiHttpClientRequestTest, ACancelledRequestDoesNotGoOnToItsNextUrl) {
+    // Without a listener there is no progress: what sees the cancellation is the body's next piece.
+    const auto gate = std::make_shared<LoopbackServer::Gate>();
+    LoopbackServer server([&](const LoopbackServer::Request&) {
+        return Reply::bytes("HTTP/1.1 200 OK\r\nContent-Length: 8\r\n\r\nhalf")
+            .thenWaitFor(gate)
+            .thenBytes("half");
+    });
+    LoopbackServer next(hello);
+    const auto request = makeRequest(server.url("/"));
+    request->getOptions()->failoverUrls = {next.url("/")};
+    const LogCapture log;
+    ASSERT_EQ(enqueue(request), HttpClientError::SUCCESS);
+    ASSERT_TRUE(gate->waitUntilReached());
+    request->cancel();
+    gate->open();
+    EXPECT_TRUE(log.waitFor("An appropriate listener for the libCURL result is not available."));
+    EXPECT_EQ(next.connections(), 0U);
+}
+
+TEST_F(MultiHttpClientRequestTest, ThePasswordIsOverwrittenInTheHandleBeforeTheAnswer) {
+    LoopbackServer server(hello);
+    const CurlOptionSpy spy;
+    std::optional<std::string> left;
+    listener_->whenAnswered = [&](const Outcome&) { left = spy.last(CURLOPT_USERPWD)->copy; };
+    const auto request = makeRequest(server.url("/"), listener_);
+    request->getOptions()->authType = AuthType::BASIC;
+    request->getOptions()->credentials = std::make_shared<Credentials>();
+    request->getOptions()->credentials->username = "user";
+    request->getOptions()->credentials->password = SecureString("s3cret");
+    ASSERT_EQ(enqueue(request), HttpClientError::SUCCESS);
+    EXPECT_TRUE(answer(1).completed);
+    EXPECT_EQ(server.requests().at(0).header("Authorization"), "Basic dXNlcjpzM2NyZXQ=");
+    ASSERT_TRUE(left.has_value());
+    EXPECT_EQ(left->find_first_not_of(' ', 5), std::string::npos) << *left;
 }
 
 TEST_F(MultiHttpClientRequestTest, ANextUrlWhoseHostDnsDoesntKnowEndsTheRequestInThePool) {
