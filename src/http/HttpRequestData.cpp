@@ -2,6 +2,7 @@
 
 #include "core/Log.h"
 #include "core/ScopedLock.h"
+#include "core/SecureStringUtils.h"
 #include "http/CommonCriteriaUsagePolicy.h"
 #include "http/CurlHttpUtils.h"
 #include "http/EasyCURLConnection.h"
@@ -63,6 +64,8 @@ void HttpRequestData::readIdentity(const HttpRequestOptions& options) {
 }
 
 HttpRequestData::~HttpRequestData() {
+    // Whoever had it delivered has wiped it; what nobody was told is wiped here.
+    SecureStringUtils::ZEBZeroString(body);
     setConnectToList(nullptr);
     returnEasyCURLConnection();
 }

@@ -41,7 +41,7 @@ struct HttpRequestOptions;
 class ZEBNETUTILS_EXPORT HttpRequestData : public Response {
 public:
     HttpRequestData(std::shared_ptr<Request> request, std::shared_ptr<CertVerifier> certVerifier);
-    /// Gives the handle back, so that a dropped request can't keep it.
+    /// Gives the handle back, so that a dropped request can't keep it, and wipes the body.
     ~HttpRequestData() override;
 
     HttpRequestData(const HttpRequestData&) = delete;

@@ -5,6 +5,7 @@
 
 #include <cstdint>
 #include <iomanip>
+#include <pthread.h>
 #include <sstream>
 
 #include <curl/curl.h>
@@ -60,7 +61,7 @@ std::string MultiCurlConnection::threadName(const std::string& prefix) const {
 
 MultiCurlConnection::Visit::Visit(MultiCurlConnection& connection) : connection_(connection) {
     const ScopedLock lock(connection.visitsMutex_);
-    if (!connection.driving_ || connection.callingOut_) {
+    if (!connection.driving_ || connection.callingOut_ || connection.isDriver()) {
         ++connection.inside_;
         return;
     }
@@ -93,8 +94,14 @@ void MultiCurlConnection::letIn() {
     }
 }
 
+/// With visitsMutex_ held, while driven.
+bool MultiCurlConnection::isDriver() const {
+    return pthread_equal(driver_, pthread_self()) != 0;
+}
+
 void MultiCurlConnection::startDriving() {
     const ScopedLock lock(visitsMutex_);
+    driver_ = pthread_self();
     driving_ = true;
 }
 

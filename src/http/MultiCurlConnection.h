@@ -7,6 +7,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <pthread.h>
 #include <string>
 
 namespace zeb::http {
@@ -49,8 +50,8 @@ public:
     /// The stay of a thread other than the driving one; each call within it takes the mutex as ever.
     class ZEBNETUTILS_EXPORT Visit {
     public:
-        /// Comes in while a listener is being called, too: that may take its time, and may be the visitor
-        /// itself.
+        /// Comes in while a listener is being called, too: that may take its time. The driving thread itself,
+        /// on which libcurl calls the host for progress and certificates, never waits to be let in.
         explicit Visit(MultiCurlConnection& connection);
         ~Visit();
         Visit(const Visit&) = delete;
@@ -86,6 +87,7 @@ private:
     Mutex mutex_;
 
     void letIn();
+    bool isDriver() const;
 
     Mutex waitMutex_;  ///< guards the two, and holds the driving thread back while sockets are shut down
     bool inWait_ = false;
@@ -95,6 +97,7 @@ private:
     Condition visitorsMayEnter_;
     Condition visitorsHaveLeft_;
     bool driving_ = false;
+    pthread_t driver_{};  ///< while driving_
     bool callingOut_ = false;
     std::size_t waiting_ = 0;  ///< visitors who wait to be let in
     std::size_t inside_ = 0;   ///< visitors who have been let in, and have not left

@@ -12,6 +12,7 @@
 #include "http/HttpRequestOptions.h"
 #include "http/Request.h"
 #include "ip/IpFamilyPreferencePolicy.h"
+#include "netutils/GlobalEdgeStateController.h"
 #include "qrmcoreutils/QRMCoreUtils.h"
 
 #include <curl/curl.h>
@@ -35,6 +36,16 @@ void collectAddresses(const std::shared_ptr<HttpRequestData>& requestData) {
     ZEB_LOG_DEBUG(log::httpClient(), "Request " << requestData->formattedRequestID() << " local address "
                                                 << requestData->localIpAddress << ", destination address "
                                                 << requestData->destinationIpAddress);
+}
+
+/// Nothing has been rewritten before the edge layer has started. To ask that would mean to wait for its
+/// start, on the thread of a multi client that drives all transfers.
+bool isBeforeTheEdge(const EdgePolicy& policy, const HttpClientData& clientData,
+                     const HttpRequestData& requestData) {
+    const std::shared_ptr<EdgeTransformer>& transformer = clientData.getEdgeTransformer();
+    return policy.getValue() != EdgePolicy::PolicyValue::NEVER_USE &&
+           (transformer == nullptr || !transformer->isRequestTransformed(requestData.getWrapper())) &&
+           !netutils::GlobalEdgeStateController::isInitialized();
 }
 
 }  // namespace
@@ -173,7 +184,7 @@ void RequestSteps::removeTransformedCookies(const HttpClientData& clientData, Ht
         return;
     }
     const auto edgePolicy = std::dynamic_pointer_cast<EdgePolicy>(policy);
-    if (edgePolicy == nullptr ||
+    if (edgePolicy == nullptr || isBeforeTheEdge(*edgePolicy, clientData, requestData) ||
         edgePolicy->enforce(requestData, requestData.getWrapper().url, clientData.getEdgeTransformer()) !=
             EnforcingResult::SUCCESS) {
         ZEB_LOG_WARNING(log::httpClient(), "Edge policy not enforced.");

@@ -35,7 +35,8 @@ public:
     /// the log.
     static bool namesHost(const std::string& url);
     /// False when the host of the URL could not be resolved lately, or can't be now; blocks while DNS is
-    /// asked. True without a question for a file, for an IP address, and for a URL without a host.
+    /// asked. True without a question for a file, for an IP address, for a URL without a host, and for a host
+    /// that is percent-encoded. User information, query and fragment are no part of the host.
     bool hostCanBeResolved(const std::string& url);
     /// True while the host's last failure is younger than the time-out; forgets it once it is older, and
     /// when the clock has been set back behind it.

@@ -13,8 +13,10 @@
 
 #include <cstdlib>
 #include <mutex>
+#include <new>
 #include <set>
 #include <thread>
+#include <type_traits>
 
 #include <curl/curl.h>
 #include <gmock/gmock.h>
@@ -25,7 +27,9 @@ namespace {
 using ::testing::AllOf;
 using ::testing::ElementsAre;
 using ::testing::Field;
+using ::testing::HasSubstr;
 using ::testing::IsEmpty;
+using ::testing::Not;
 using ::testing::SizeIs;
 using zeb::test::CurlOptionSpy;
 using zeb::test::LogCapture;
@@ -277,6 +281,21 @@ TEST_F(HttpRequestDataTest, MayEndWithTheClientThatItReturnsTheHandleTo) {
     ASSERT_FALSE(watched.expired());
     raw.returnEasyCURLConnection();
     EXPECT_TRUE(watched.expired());
+}
+
+TEST_F(HttpRequestDataTest, WipesABodyThatNobodyWasTold) {
+    // So short that it lies within the object, where it can be looked for afterwards.
+    const std::string secret = "s3cr3t-body";
+    std::aligned_storage_t<sizeof(HttpRequestData), alignof(HttpRequestData)> storage;
+    auto* const run = new (&storage) HttpRequestData(request, nullptr);
+    run->body = secret;
+    const auto bytes = [&storage] {
+        return std::string(reinterpret_cast<const char*>(&storage), sizeof storage);
+    };
+    ASSERT_THAT(bytes(), HasSubstr(secret));
+    run->~HttpRequestData();
+    EXPECT_THAT(bytes(), Not(HasSubstr("s3cr3t")));
+    EXPECT_THAT(bytes(), Not(HasSubstr("body")));
 }
 
 // Failover

@@ -111,6 +111,17 @@ TEST(MultiCurlConnectionTest, AVisitorComesInWhileAListenerIsCalled) {
     connection.stopDriving();
 }
 
+TEST(MultiCurlConnectionTest, TheDrivingThreadItselfComesInWithoutWaiting) {
+    MultiCurlConnection connection;
+    connection.startDriving();
+    {
+        const ScopedLock lock(connection.getMutex());
+        const MultiCurlConnection::Visit here(connection);
+    }
+    connection.giveWay();
+    connection.stopDriving();
+}
+
 TEST(MultiCurlConnectionTest, OnceInterruptedItWaitsNoMore) {
     MultiCurlConnection connection;
     EXPECT_TRUE(connection.beginWait());

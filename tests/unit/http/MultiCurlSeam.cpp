@@ -115,6 +115,9 @@ CURLMcode __wrap_curl_multi_wait(CURLM* multi, curl_waitfd* extra, unsigned int 
             return CURLM_INTERNAL_ERROR;
         }
         ms = std::min(ms, at->longestWaitMs.load());
+        long timer = -1;
+        curl_multi_timeout(multi, &timer);
+        at->lastWaitMs = timer < 0 ? ms : std::min<long>(ms, timer);
     }
     return __real_curl_multi_wait(multi, extra, count, ms, ready);
 }
@@ -144,6 +147,9 @@ int __wrap_pthread_create(pthread_t* thread, const pthread_attr_t* attributes, v
 bool __wrap__ZN3zeb5Event9timedWaitEl(zeb::Event* event, long milliseconds) {
     if (MultiCurlSeam* const at = seam) {
         MultiCurlSeamCalls::noteIdle(*at, milliseconds);
+        if (milliseconds == at->expiringLengthMs) {
+            return false;
+        }
         ++at->idleWaits;
         if (useUp(at->expiringIdleWaits)) {
             return false;

@@ -25,13 +25,18 @@ public:
     std::atomic<int> performCode{0};
     std::atomic<int> longestWaitMs{20000};  ///< a wait is cut to that
     std::atomic<int> expiringIdleWaits{0};  ///< idle waits whose time is over at once
+    std::atomic<long> expiringLengthMs{0};  ///< timed waits of that length, idle or not, are over at once
     std::atomic<int> failingThread{0};      ///< the thread with that number, from 1, can't be made
 
     std::atomic<int> adds{0};
     std::atomic<int> removes{0};
     std::atomic<int> performs{0};
     std::atomic<int> idleWaits{0};
-    /// What the waits of both kinds were asked for, in milliseconds.
+    /// How long the wait for the network that was begun last goes on while nothing comes: libcurl may have a
+    /// timer that ends it earlier than it was asked for.
+    std::atomic<long> lastWaitMs{0};
+    /// What the waits of both kinds were asked for, in milliseconds. Among the idle times are all timed waits
+    /// for an event, whoever waits.
     std::vector<int> waits() const;
     std::vector<long> idleTimes() const;
 

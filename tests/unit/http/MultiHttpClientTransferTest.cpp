@@ -72,6 +72,7 @@ TEST_F(MultiHttpClientTransferTest, ARequestIsAnsweredOnceOnTheDrivingThreadAndE
           "Http Response Code 200 connect code 0 for request " + id,
           "Notifying listener of a completed transfer, request " + id +
               ", data received 5 bytes, response body 5 bytes",
+          "Request " + id + " network IO timestamps: ",
           std::string("curl_multi_info_read() returned NULL.")}) {
         EXPECT_TRUE(log.waitFor(line)) << line;
     }
@@ -364,6 +365,16 @@ TEST_F(MultiHttpClientTransferTest, AFailedWaitIsLoggedAndTheRequestStillAnswere
     EXPECT_TRUE(log.contains("curl_multi_wait() did not return successfully."));
 }
 
+TEST_F(MultiHttpClientTransferTest, AFailedWaitBeginsTheRoundAnew) {
+    seam_.longestWaitMs = 20;
+    const LogCapture log;
+    startSilentTransfer();
+    ASSERT_TRUE(log.waitFor("]  Current running handles: 1"));
+    seam_.failingWaits = 1;
+    EXPECT_TRUE(eventually([&] { return log.count("]  Current running handles: 1") == 2; }));
+    EXPECT_EQ(log.count("curl_multi_wait() did not return successfully."), 1U);
+}
+
 TEST_F(MultiHttpClientTransferTest, ACodeOfPerformIsLoggedByItsNameAndDecidesNothing) {
     using Row = std::tuple<int, const char*>;
     LoopbackServer server(hello);
@@ -482,13 +493,43 @@ TEST_F(MultiHttpClientTransferTest, RequestsHeldUpInThePoolDontHoldUpTheTransfer
 
 TEST_F(MultiHttpClientTransferTest, TheEndDoesntWaitForSilentTransfersWithOrWithoutAListener) {
     startSilentTransfer();
+    ASSERT_TRUE(eventually([&] { return seam_.lastWaitMs > 10000; }));
     // In front of the transfer above, under a wait of 20 seconds: joins at the client's end or never.
     ASSERT_EQ(enqueue(makeRequest(silentServer_.url("/no-listener"))), HttpClientError::SUCCESS);
+    const LogCapture log;
     const auto began = std::chrono::steady_clock::now();
     client_.reset();
     EXPECT_LT(std::chrono::steady_clock::now() - began, std::chrono::seconds(5));
     EXPECT_TRUE(silentListener_->waitFor(0).empty());
     EXPECT_TRUE(silentServer_.waitForEnded(1));
+    // The one in front may still be in the pool.
+    EXPECT_TRUE(eventually([&] { return log.count("returning borrowed EasyCURLConnection") == 2; }));
+}
+
+TEST_F(MultiHttpClientTransferTest, ARequestUnderASilentWaitIsLostAtTheEnd) {
+    startSilentTransfer();
+    ASSERT_TRUE(eventually([&] { return seam_.lastWaitMs > 10000; }));
+    ASSERT_EQ(enqueue(silentServer_.url("/too-late")), HttpClientError::SUCCESS);
+    client_.reset();
+    EXPECT_EQ(listener_->wait().result, HttpClientResult::REQUEST_LOST);
+}
+
+TEST_F(MultiHttpClientTransferTest, ARequestThatIsReadyBehindAListenerAtTheEndIsLost) {
+    LoopbackServer server(hello);
+    LoopbackServer::Gate gate;
+    const LogCapture log;
+    const auto first = std::make_shared<RecordingListener>();
+    first->whenAnswered = [&](const Outcome&) { gate.wait(); };
+    ASSERT_EQ(enqueue(makeRequest(server.url("/"), first)), HttpClientError::SUCCESS);
+    ASSERT_TRUE(gate.waitUntilReached());
+    ASSERT_EQ(enqueue(server.url("/too-late")), HttpClientError::SUCCESS);
+    auto end = std::async(std::launch::async, [&] { client_.reset(); });
+    EXPECT_TRUE(log.waitFor("Attempting to join the processing thread."));
+    gate.open();
+    end.get();
+    EXPECT_EQ(listener_->wait().result, HttpClientResult::REQUEST_LOST);
+    EXPECT_TRUE(log.waitFor("Request #" + std::to_string(id_) + " returning borrowed EasyCURLConnection"));
+    EXPECT_EQ(seam_.adds, 1);
 }
 
 TEST_F(MultiHttpClientTransferTest, ARequestStillInThePoolAtTheEndIsLost) {
@@ -500,6 +541,35 @@ TEST_F(MultiHttpClientTransferTest, ARequestStillInThePoolAtTheEndIsLost) {
     gate.open();
     EXPECT_EQ(listener_->wait().result, HttpClientResult::REQUEST_LOST);
     EXPECT_EQ(seam_.adds, 0);
+}
+
+TEST_F(MultiHttpClientTransferTest, ARequestThatHasNotBegunInThePoolAtTheEndIsLostWithoutAQuestionToDns) {
+    LoopbackServer::Gate gate;
+    resolver_->whenAsked = [&] { gate.wait(); };
+    for (int held = 1; held <= 2; ++held) {
+        ASSERT_EQ(enqueue("http://slow.invalid/"), HttpClientError::SUCCESS);
+        ASSERT_TRUE(eventually([&] { return resolver_->questions == held; }));
+    }
+    ASSERT_EQ(enqueue("http://slow.invalid/"), HttpClientError::SUCCESS);
+    client_.reset();
+    gate.open();
+    EXPECT_EQ(listener_->waitFor(3).size(), 3U);
+    EXPECT_EQ(resolver_->questions, 2);
+}
+
+TEST_F(MultiHttpClientTransferTest, ACancelledRequestInThePoolIsNotToldOfTheEnd) {
+    LoopbackServer::Gate gate;
+    resolver_->whenAsked = [&] { gate.wait(); };
+    const auto request = makeRequest("http://slow.invalid/", listener_);
+    ASSERT_EQ(enqueue(request), HttpClientError::SUCCESS);
+    ASSERT_TRUE(gate.waitUntilReached());
+    const LogCapture log;
+    request->cancel();
+    client_.reset();
+    gate.open();
+    EXPECT_TRUE(log.waitFor("Request #" + std::to_string(id_) + " returning borrowed EasyCURLConnection"));
+    EXPECT_FALSE(log.contains("The client ends before request"));
+    EXPECT_TRUE(listener_->waitFor(0).empty());
 }
 
 TEST_F(MultiHttpClientTransferTest, AListenerMayLetGoOfTheClient) {
