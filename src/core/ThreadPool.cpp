@@ -5,7 +5,6 @@
 #include "core/PoolWorker.h"
 #include "core/ScopedLock.h"
 
-#include <algorithm>
 #include <utility>
 
 namespace zeb {
@@ -53,28 +52,13 @@ void ThreadPool::enqueue(std::shared_ptr<Task> task, bool blocking, bool priorit
         const ScopedLock lock(*queueMutex_);
         (priority ? priorityQueue_ : normalQueue_)->push_back(std::move(task));
     }
-    callThread();
-    if (blockingTask != nullptr) {
-        blockingTask->wait();
-    }
-}
-
-void ThreadPool::enqueueAll(const std::vector<std::shared_ptr<Task>>& tasks) {
-    {
-        const ScopedLock lock(*queueMutex_);
-        normalQueue_->insert(normalQueue_->end(), tasks.begin(), tasks.end());
-    }
-    const std::size_t calls = std::min<std::size_t>(tasks.size(), maxThreads_);
-    for (std::size_t i = 0; i < calls; ++i) {
-        callThread();
-    }
-}
-
-void ThreadPool::callThread() {
     if (worker_->hasCapacity()) {
         worker_->wakeUpThread();
     } else {
         worker_->addThread();
+    }
+    if (blockingTask != nullptr) {
+        blockingTask->wait();
     }
 }
 

@@ -7,7 +7,6 @@
 #include <deque>
 #include <memory>
 #include <string>
-#include <vector>
 
 namespace zeb {
 
@@ -40,8 +39,6 @@ public:
     /// A task that arrives in the very moment in which the last idle thread gives up stays queued until the
     /// next call.
     void enqueue(std::shared_ptr<Task> task, bool blocking, bool priority);
-    /// enqueue() of each, in order, neither blocking nor with priority, but at one go.
-    void enqueueAll(const std::vector<std::shared_ptr<Task>>& tasks);
     /// From here on a thread that has run out of tasks rests so long before it waits to be called, and looks
     /// once more: small tasks that keep coming share a waking, which costs far more than they. Meanwhile it
     /// counts as busy.
@@ -56,7 +53,6 @@ private:
     using TaskQueue = std::deque<std::shared_ptr<Task>>;
 
     void init(unsigned idleSeconds, const std::string& name);
-    void callThread();
 
     PoolWorker* worker_ = nullptr;  ///< outlives the pool while threads run; the last of them deletes it
     std::shared_ptr<TaskQueue> normalQueue_;

@@ -824,8 +824,9 @@ int takeProgress(void* requestData, const ProgressData& download, const Progress
 void setDefaultIdentities(HttpRequestData& data, const std::string& effectiveUrl) {
     SSLData& sslData = data.getSSLData();
     // With a name for SNI the URL holds that one; the real host has been kept aside.
-    const std::string host = sslData.sniServerName.empty() ? HttpUtils::extractHostFromHttpUrl(effectiveUrl)
-                                                           : sslData.serverCurlFQDN;
+    const std::string host = sslData.sniServerName.empty()
+                                 ? HttpUtils::extractHostFromHttpUrl(HttpUtils::bareUrl(effectiveUrl))
+                                 : sslData.serverCurlFQDN;
     if (sslData.identifierToDisplay.empty()) {
         sslData.identifierToDisplay = host;
         sslData.identifierToDisplayDefaulted = true;

@@ -16,6 +16,8 @@ namespace zeb::http {
 
 namespace {
 
+using EdgeEvents = std::vector<HttpNetworkEvent::Report::EdgeEvent>;
+
 constexpr char EDGE_PREFIX[] = "zebnetutils.edge";
 constexpr char FAILOVER_PREFIX[] = "edge.successful.failover";
 
@@ -29,6 +31,33 @@ std::string optionsUrlOf(const HttpRequestData& requestData) {
     return options == nullptr ? std::string() : options->url;
 }
 
+void addConnectionFailure(EdgeEvents& events, HttpClientResult::Result result, const std::string& url,
+                          const std::string& prefix) {
+    const auto add = [&](const char* suffix) { events.push_back({prefix + suffix, url}); };
+    switch (result) {
+        case HttpClientResult::HOST_UNREACHABLE_ERROR:
+            add(".hostUnreachableError");
+            break;
+        case HttpClientResult::UNRESOLVED_HOST_ERROR:
+            add(".unresolvedHostError");
+            break;
+        case HttpClientResult::CONNECTION_TIMEOUT_ERROR:
+            add(".connectionTimeout");
+            break;
+        case HttpClientResult::CERTIFICATE_VALIDATION_ERROR:
+            add(".certValidationError");
+            break;
+        default:
+            break;
+    }
+}
+
+void addFailedUrls(EdgeEvents& events, const HttpRequestData& requestData) {
+    for (const FailedUrlInfo& failed : requestData.getFailedUrlInfo()) {
+        addConnectionFailure(events, failed.result, failed.url, FAILOVER_PREFIX);
+    }
+}
+
 }  // namespace
 
 HttpNetworkEvent::HttpNetworkEvent(std::shared_ptr<HttpNetworkEventReporter> reporter,
@@ -38,11 +67,31 @@ HttpNetworkEvent::HttpNetworkEvent(std::shared_ptr<HttpNetworkEventReporter> rep
 void HttpNetworkEvent::notifyNetworkEventReporter(HttpClientResult::Result result,
                                                   const HttpRequestData& requestData,
                                                   const std::shared_ptr<common::Policy>& edgePolicy) const {
-    notifyHttpEvents(result);
+    tell(reportOf(result, requestData, edgePolicy));
+}
+
+HttpNetworkEvent::Report HttpNetworkEvent::reportOf(HttpClientResult::Result result,
+                                                    const HttpRequestData& requestData,
+                                                    const std::shared_ptr<common::Policy>& edgePolicy) const {
+    Report report{result, {}};
     if (isEdgeRequest(requestData)) {
-        notifyConnectionFailureEdgeEvents(result, optionsUrlOf(requestData), EDGE_PREFIX);
-        notifyHttpErrorEdgeEvents(result, requestData, edgePolicy);
-        notifySuccessfulFailoverEdgeEvents(result, requestData);
+        addConnectionFailure(report.edgeEvents, result, optionsUrlOf(requestData), EDGE_PREFIX);
+        if (result == HttpClientResult::SUCCESS) {  // an HTTP error is a completed transfer
+            addHttpError(report.edgeEvents, requestData, edgePolicy);
+            addFailedUrls(report.edgeEvents, requestData);
+        }
+    }
+    return report;
+}
+
+void HttpNetworkEvent::tell(const Report& report) const {
+    notifyHttpEvents(report.result);
+    tellAll(report.edgeEvents);
+}
+
+void HttpNetworkEvent::tellAll(const std::vector<Report::EdgeEvent>& events) const {
+    for (const Report::EdgeEvent& event : events) {
+        notifyEdgeInfrastructureEvent(event.name, event.url);
     }
 }
 
@@ -83,22 +132,9 @@ void HttpNetworkEvent::notifyEdgeInfrastructureEvent(const std::string& eventNam
 void HttpNetworkEvent::notifyConnectionFailureEdgeEvents(HttpClientResult::Result result,
                                                          const std::string& url,
                                                          const std::string& prefix) const {
-    switch (result) {
-        case HttpClientResult::HOST_UNREACHABLE_ERROR:
-            notifyEdgeInfrastructureEvent(prefix + ".hostUnreachableError", url);
-            break;
-        case HttpClientResult::UNRESOLVED_HOST_ERROR:
-            notifyEdgeInfrastructureEvent(prefix + ".unresolvedHostError", url);
-            break;
-        case HttpClientResult::CONNECTION_TIMEOUT_ERROR:
-            notifyEdgeInfrastructureEvent(prefix + ".connectionTimeout", url);
-            break;
-        case HttpClientResult::CERTIFICATE_VALIDATION_ERROR:
-            notifyEdgeInfrastructureEvent(prefix + ".certValidationError", url);
-            break;
-        default:
-            break;
-    }
+    std::vector<Report::EdgeEvent> events;
+    addConnectionFailure(events, result, url, prefix);
+    tellAll(events);
 }
 
 bool HttpNetworkEvent::isOauthExpiredResponse(const HttpRequestData& requestData,
@@ -111,24 +147,32 @@ bool HttpNetworkEvent::isOauthExpiredResponse(const HttpRequestData& requestData
            (edgePolicy == nullptr || !requestTokenPolicy->equals(*edgePolicy));
 }
 
+void HttpNetworkEvent::addHttpError(std::vector<Report::EdgeEvent>& events,
+                                    const HttpRequestData& requestData,
+                                    const std::shared_ptr<common::Policy>& edgePolicy) const {
+    const auto add = [&](const char* name) { events.push_back({name, optionsUrlOf(requestData)}); };
+    if (isOauthExpiredResponse(requestData, edgePolicy)) {
+        add("zebnetutils.edge.oauthExpired");
+    } else if (HttpNetworkEventUtils::isGlt407Response(requestData)) {
+        add("zebnetutils.edge.authenticationRequired");
+    } else if (HttpNetworkEventUtils::isGlt500Response(requestData)) {
+        add("zebnetutils.edge.internalServerError");
+    } else if (HttpNetworkEventUtils::isGlt503Response(requestData)) {
+        add("zebnetutils.edge.serviceUnavailable");
+    } else if (HttpNetworkEventUtils::isGlte502Response(requestData)) {
+        add("zebnetutils.edge.nextHopFailed");
+    }
+}
+
 void HttpNetworkEvent::notifyHttpErrorEdgeEvents(HttpClientResult::Result result,
                                                  const HttpRequestData& requestData,
                                                  const std::shared_ptr<common::Policy>& edgePolicy) const {
     if (result != HttpClientResult::SUCCESS) {
         return;  // an HTTP error is a completed transfer
     }
-    const std::string url = optionsUrlOf(requestData);
-    if (isOauthExpiredResponse(requestData, edgePolicy)) {
-        notifyEdgeInfrastructureEvent("zebnetutils.edge.oauthExpired", url);
-    } else if (HttpNetworkEventUtils::isGlt407Response(requestData)) {
-        notifyEdgeInfrastructureEvent("zebnetutils.edge.authenticationRequired", url);
-    } else if (HttpNetworkEventUtils::isGlt500Response(requestData)) {
-        notifyEdgeInfrastructureEvent("zebnetutils.edge.internalServerError", url);
-    } else if (HttpNetworkEventUtils::isGlt503Response(requestData)) {
-        notifyEdgeInfrastructureEvent("zebnetutils.edge.serviceUnavailable", url);
-    } else if (HttpNetworkEventUtils::isGlte502Response(requestData)) {
-        notifyEdgeInfrastructureEvent("zebnetutils.edge.nextHopFailed", url);
-    }
+    std::vector<Report::EdgeEvent> events;
+    addHttpError(events, requestData, edgePolicy);
+    tellAll(events);
 }
 
 bool HttpNetworkEvent::isFailedOverEdgeRequest(const HttpRequestData& requestData) const {
@@ -140,9 +184,9 @@ void HttpNetworkEvent::notifySuccessfulFailoverEdgeEvents(HttpClientResult::Resu
     if (result != HttpClientResult::SUCCESS || !isFailedOverEdgeRequest(requestData)) {
         return;
     }
-    for (const FailedUrlInfo& failed : requestData.getFailedUrlInfo()) {
-        notifyConnectionFailureEdgeEvents(failed.result, failed.url, FAILOVER_PREFIX);
-    }
+    std::vector<Report::EdgeEvent> events;
+    addFailedUrls(events, requestData);
+    tellAll(events);
 }
 
 }  // namespace zeb::http

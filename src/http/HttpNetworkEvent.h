@@ -5,6 +5,7 @@
 
 #include <memory>
 #include <string>
+#include <vector>
 
 namespace zeb::common {
 class Policy;
@@ -24,9 +25,24 @@ public:
     HttpNetworkEvent(std::shared_ptr<HttpNetworkEventReporter> reporter,
                      std::shared_ptr<EdgeTransformer> edgeTransformer);
 
-    /// The entry point: after each transfer. `edgePolicy` may be null.
+    /// What there is to tell of a transfer.
+    struct Report {
+        struct EdgeEvent {
+            std::string name;
+            std::string url;
+        };
+        HttpClientResult::Result result = HttpClientResult::SUCCESS;
+        std::vector<EdgeEvent> edgeEvents;
+    };
+
+    /// The entry point: after each transfer. `edgePolicy` may be null. Tells the report of it.
     void notifyNetworkEventReporter(HttpClientResult::Result result, const HttpRequestData& requestData,
                                     const std::shared_ptr<common::Policy>& edgePolicy) const;
+
+    /// For whoever tells it later: by then the request may have been changed.
+    Report reportOf(HttpClientResult::Result result, const HttpRequestData& requestData,
+                    const std::shared_ptr<common::Policy>& edgePolicy) const;
+    void tell(const Report& report) const;
 
     // The steps of the entry point.
 
@@ -52,6 +68,10 @@ public:
                                 const std::shared_ptr<common::Policy>& edgePolicy) const;
 
 private:
+    void addHttpError(std::vector<Report::EdgeEvent>& events, const HttpRequestData& requestData,
+                      const std::shared_ptr<common::Policy>& edgePolicy) const;
+    void tellAll(const std::vector<Report::EdgeEvent>& events) const;
+
     std::shared_ptr<HttpNetworkEventReporter> reporter_;
     std::shared_ptr<EdgeTransformer> edgeTransformer_;
 };

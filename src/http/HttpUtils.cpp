@@ -120,6 +120,13 @@ std::string HttpUtils::extractProtocolFromHttpUrl(const std::string& url) {
     return schemeEnd == NOT_FOUND ? std::string() : url.substr(0, schemeEnd);
 }
 
+std::string HttpUtils::bareUrl(const std::string& url) {
+    const std::size_t schemeEnd = url.find("://");
+    const std::size_t start = schemeEnd == std::string::npos ? 0 : schemeEnd + 3;
+    const std::string authority = url.substr(start, url.find_first_of("/?#", start) - start);
+    return url.substr(0, start) + authority.substr(authority.rfind('@') + 1);
+}
+
 std::string HttpUtils::extractHostFromHttpUrl(const std::string& url) {
     return isEmpty(url) ? std::string() : std::string(hostOf(url));
 }

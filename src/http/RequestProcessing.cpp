@@ -125,15 +125,8 @@ HttpClientError::Error MultiHttpClientImpl::RequestProcessing::enqueueClientData
     if (becomesReadyAtOnce(clientData)) {
         return HttpClientError::SUCCESS;
     }
-    auto task = std::make_shared<EnqueueClientDataTask>(std::move(clientData), shared_from_this());
-    if (drivenByThisThread == this && moreHaveEnded_) {
-        deferredTasks_.push_back(std::move(task));
-        return HttpClientError::SUCCESS;
-    }
-    if (drivenByThisThread == this) {
-        handOverDeferredTasks();
-    }
-    enqueuePool_.enqueue(std::move(task), false, false);
+    enqueuePool_.enqueue(std::make_shared<EnqueueClientDataTask>(std::move(clientData), shared_from_this()),
+                         false, false);
     return HttpClientError::SUCCESS;
 }
 
@@ -152,11 +145,6 @@ bool MultiHttpClientImpl::RequestProcessing::becomesReadyAtOnce(const ClientData
     }
     transfer(clientData);
     return true;
-}
-
-void MultiHttpClientImpl::RequestProcessing::handOverDeferredTasks() {
-    enqueuePool_.enqueueAll(deferredTasks_);
-    deferredTasks_.clear();
 }
 
 void MultiHttpClientImpl::RequestProcessing::enqueueClientData(ClientData clientData) {
@@ -422,12 +410,9 @@ void MultiHttpClientImpl::RequestProcessing::checkTransfersAndNotifyListeners() 
                 log::httpClient(),
                 prefix() << "Unidentified message type returned from curl_multi_info_read(): " << kind);
         } else {
-            moreHaveEnded_ = left > 0;
             finishTransfer(easy, curlCode);
         }
     }
-    moreHaveEnded_ = false;
-    handOverDeferredTasks();
     releaseEndedTransfers();
     reportOutcomes();
 }
@@ -499,8 +484,6 @@ bool MultiHttpClientImpl::RequestProcessing::failOver(const ClientData& clientDa
 void MultiHttpClientImpl::RequestProcessing::notifyListener(const ClientData& clientData,
                                                             HttpClientResult::Result result) {
     HttpRequestData& requestData = *clientData->getRequestData();
-    // A copy, made before the listener is called.
-    HttpNetworkEvent networkEvent = clientData->getNetworkEvent();
     const std::shared_ptr<HttpClientListener> listener = requestData.getRequest()->getListener();
     if (listener == nullptr) {
         ZEB_LOG_WARNING(log::httpClient(),
@@ -514,6 +497,12 @@ void MultiHttpClientImpl::RequestProcessing::notifyListener(const ClientData& cl
     }
     if (result == HttpClientResult::SUCCESS) {
         collectAnswer(clientData);
+    }
+    const HttpNetworkEvent& networkEvent = clientData->getNetworkEvent();
+    // Made before the listener is called: that may make another request of this one's options.
+    outcomes_.push_back(
+        {networkEvent, networkEvent.reportOf(result, requestData, clientData->getEdgePolicy())});
+    if (result == HttpClientResult::SUCCESS) {
         ZEB_LOG_INFO(log::httpClient(), prefix()
                                             << "Notifying listener of a completed transfer, request "
                                             << requestData.formattedRequestID() << ", data received "
@@ -528,18 +517,11 @@ void MultiHttpClientImpl::RequestProcessing::notifyListener(const ClientData& cl
         const CallOut callOut(*multiConnection_);
         listener->onRequestFailed(requestData.getRequestId(), result);
     }
-    const bool isEdgeRequest = networkEvent.isEdgeRequest(requestData);
-    outcomes_.push_back({std::move(networkEvent), result, isEdgeRequest ? clientData : nullptr});
 }
 
 void MultiHttpClientImpl::RequestProcessing::reportOutcomes() {
-    for (const Outcome& outcome : outcomes_) {
-        if (outcome.edgeRequest == nullptr) {
-            outcome.networkEvent.notifyHttpEvents(outcome.result);
-        } else {
-            outcome.networkEvent.notifyNetworkEventReporter(
-                outcome.result, *outcome.edgeRequest->getRequestData(), outcome.edgeRequest->getEdgePolicy());
-        }
+    for (const auto& [networkEvent, report] : outcomes_) {
+        networkEvent.tell(report);
     }
     outcomes_.clear();
 }

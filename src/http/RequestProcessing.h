@@ -39,9 +39,7 @@ public:
     /// Has the loop end soon. Requests that are still in the pool are answered with REQUEST_LOST.
     void stopThread();
 
-    /// Always SUCCESS. What listeners enqueue on the driving thread goes to the pool together, once the last
-    /// of those that have ended is told: a pool thread that is woken finds them all, instead of being woken
-    /// for each.
+    /// To the pool, or past it. Always SUCCESS.
     HttpClientError::Error enqueueClientDataOnNewThread(std::shared_ptr<MultiHttpClientData> clientData);
     /// On a pool thread: edge and DNS, which may block; then the request is ready.
     void enqueueClientData(std::shared_ptr<MultiHttpClientData> clientData);
@@ -54,13 +52,6 @@ private:
     using ClientData = std::shared_ptr<MultiHttpClientData>;
     using Transfers = std::map<void*, ClientData>;
     class FailTask;
-    /// What the reporter is to hear. Only one that has gone through the edge is told more about than its
-    /// result; the others needn't live on.
-    struct Outcome {
-        HttpNetworkEvent networkEvent;
-        HttpClientResult::Result result;
-        ClientData edgeRequest;
-    };
 
     bool becomesReadyAtOnce(const ClientData& clientData);
 
@@ -87,7 +78,6 @@ private:
     void notifyListener(const ClientData& clientData, HttpClientResult::Result result);
     void collectAnswer(const ClientData& clientData);
     void releaseEndedTransfers();
-    void handOverDeferredTasks();
     void reportOutcomes();
     void giveUpTransfers();
 
@@ -112,11 +102,9 @@ private:
     std::vector<ClientData> batch_;  ///< empty between two additions
     int inTransfer_ = 0;             ///< running after the last perform, and added since
     bool someHaveEnded_ = false;     ///< in the last perform
-    bool moreHaveEnded_ = false;     ///< besides the one that is being told
-    std::vector<std::shared_ptr<Task>> deferredTasks_;
     /// Reported together once all that have ended have been told: each report wakes the reporter's thread if
     /// that is asleep.
-    std::vector<Outcome> outcomes_;
+    std::vector<std::pair<HttpNetworkEvent, HttpNetworkEvent::Report>> outcomes_;
 
     ThreadPool enqueuePool_;
 };

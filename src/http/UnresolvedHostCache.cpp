@@ -23,15 +23,6 @@ std::string pii(const std::string& text) {
     return ZEBLogger_replacePIIData(text);
 }
 
-/// Without what HttpUtils doesn't know to be no part of the host: the user information, which may be a secret
-/// and would go to DNS in the host's place, and a query or fragment right behind the host.
-std::string bareUrl(const std::string& url) {
-    const std::size_t schemeEnd = url.find("://");
-    const std::size_t start = schemeEnd == std::string::npos ? 0 : schemeEnd + 3;
-    const std::string authority = url.substr(start, url.find_first_of("/?#", start) - start);
-    return url.substr(0, start) + authority.substr(authority.rfind('@') + 1);
-}
-
 /// An address, or a name that only libcurl can read: one with a scope in brackets, or percent-encoded.
 bool needsNoResolution(const std::string& host, const std::string& url) {
     return ip::IpUtils::isIpAddress(host) || HttpUtils::checkUrlForIpV6(url) ||
@@ -49,15 +40,16 @@ UnresolvedHostCache::UnresolvedHostCache(std::shared_ptr<dns::DnsHostResolver> r
 UnresolvedHostCache::~UnresolvedHostCache() = default;
 
 bool UnresolvedHostCache::namesHost(const std::string& url) {
+    const std::string bare = HttpUtils::bareUrl(url);
     return HttpUtils::extractProtocolFromHttpUrl(url) != FILE_SCHEME &&
-           !needsNoResolution(HttpUtils::extractHostFromHttpUrl(url), url);
+           !needsNoResolution(HttpUtils::extractHostFromHttpUrl(bare), bare);
 }
 
 bool UnresolvedHostCache::hostCanBeResolved(const std::string& url) {
     if (HttpUtils::extractProtocolFromHttpUrl(url) == FILE_SCHEME) {
         return true;
     }
-    const std::string bare = bareUrl(url);
+    const std::string bare = HttpUtils::bareUrl(url);
     const std::string host = HttpUtils::extractHostFromHttpUrl(bare);
     if (host.empty()) {
         ZEB_LOG_WARNING(log::httpClient(), "Unable to extract the host from URL '"
