@@ -2,6 +2,7 @@
 /// verification of a certificate that the platform refuses and the user has accepted, beside one that the
 /// platform trusts, in one run.
 
+#include "Measuring.h"
 #include "cert/UserInteractingInvalidCertManagementPolicy.h"
 #include "cert/common/CertVerificationFailureManager.h"
 #include "cert/common/CertVerifier.h"
@@ -11,8 +12,6 @@
 #include "http/CommonCriteriaUsagePolicy.h"
 #include "support/CertificateBuilder.h"
 
-#include <algorithm>
-#include <chrono>
 #include <memory>
 #include <set>
 #include <string>
@@ -24,6 +23,8 @@
 namespace {
 
 using namespace zeb::cert;
+using zeb::bench::medianOf;
+using zeb::bench::nanosecondsOf;
 using Statuses = std::set<CertStatus::Status>;
 using PromptingBuilder = UserInteractingInvalidCertManagementPolicy::
     PromptingAvoidableUserInteractingInvalidCertManagementPolicyBuilder;
@@ -119,19 +120,6 @@ void makeFingerprint(benchmark::State& state) {
     }
 }
 BENCHMARK(makeFingerprint)->Name("generateFingerprint");
-
-template <typename Function>
-double nanosecondsOf(const Function& function) {
-    const auto begin = std::chrono::steady_clock::now();
-    function();
-    return std::chrono::duration<double, std::nano>(std::chrono::steady_clock::now() - begin).count();
-}
-
-double medianOf(std::vector<double>& samples) {
-    const auto middle = samples.begin() + static_cast<std::ptrdiff_t>(samples.size() / 2);
-    std::nth_element(samples.begin(), middle, samples.end());
-    return *middle;
-}
 
 /// One verification each, in turn, so that whatever else the machine does falls on both alike.
 void verifyInTurn(benchmark::State& state) {
