@@ -4,6 +4,7 @@
 #include "core/RWLock.h"
 #include "core/ScopedLock.h"
 #include "core/ScopedRWLock.h"
+#include "support/Threads.h"
 
 #include <cerrno>
 #include <cstddef>
@@ -38,8 +39,11 @@ public:
     Contender(const Contender&) = delete;
     Contender& operator=(const Contender&) = delete;
 
-    /// True when it has been let in, within a moment if need be.
-    bool isIn() { return entered_.timedWait(50); }
+    /// True when it has been let in; false when it is kept waiting.
+    bool isIn() {
+        EXPECT_TRUE(awaitOthersAsleep());
+        return entered_.timedWait(0);
+    }
     void awaitEntry() { entered_.wait(); }
 
 private:
@@ -219,7 +223,8 @@ TEST(RWLockTest, AReaderBehindAWaitingWriterBlocksEvenWhileOnlyReadersHoldTheLoc
         order.emplace_back("reader");
         readerCame.set();
     });
-    EXPECT_FALSE(readerCame.timedWait(50));
+    EXPECT_TRUE(awaitOthersAsleep());
+    EXPECT_FALSE(readerCame.timedWait(0));
     EXPECT_EQ("rwlock 1, waiting writers 1", textOf(lock));
     lock.unlock();
     writer.join();
@@ -236,7 +241,8 @@ TEST(RWLockTest, AWriterKeepsWritersAndReadersOut) {
         came.set();
     });
     awaitText(lock, "rwlock -1, waiting writers 1");
-    EXPECT_FALSE(came.timedWait(20));
+    EXPECT_TRUE(awaitOthersAsleep());
+    EXPECT_FALSE(came.timedWait(0));
     lock.unlock();
     EXPECT_TRUE(came.wait());
     writer.join();
@@ -247,7 +253,8 @@ TEST(RWLockTest, AWriterKeepsWritersAndReadersOut) {
         const ScopedReadRWLock held(lock);
         read.set();
     });
-    EXPECT_FALSE(read.timedWait(20));
+    EXPECT_TRUE(awaitOthersAsleep());
+    EXPECT_FALSE(read.timedWait(0));
     lock.unlock();
     EXPECT_TRUE(read.wait());
     reader.join();

@@ -1,10 +1,10 @@
 #include "unit/http/MultiCurlSeam.h"
 
 #include "core/Event.h"
-#include "core/ScopedLock.h"
 
 #include <algorithm>
 #include <cerrno>
+#include <chrono>
 #include <pthread.h>
 
 #include <curl/curl.h>
@@ -25,12 +25,13 @@ bool useUp(std::atomic<int>& count) {
 
 struct MultiCurlSeamCalls {
     static void noteWait(MultiCurlSeam& at, int milliseconds) {
-        const ScopedLock lock(at.mutex_);
+        const std::lock_guard<std::mutex> lock(at.mutex_);
         at.waits_.push_back(milliseconds);
     }
     static void noteIdle(MultiCurlSeam& at, long milliseconds) {
-        const ScopedLock lock(at.mutex_);
+        const std::lock_guard<std::mutex> lock(at.mutex_);
         at.idleTimes_.push_back(milliseconds);
+        at.idled_.notify_all();
     }
 };
 
@@ -43,13 +44,18 @@ MultiCurlSeam::~MultiCurlSeam() {
 }
 
 std::vector<int> MultiCurlSeam::waits() const {
-    const ScopedLock lock(mutex_);
+    const std::lock_guard<std::mutex> lock(mutex_);
     return waits_;
 }
 
 std::vector<long> MultiCurlSeam::idleTimes() const {
-    const ScopedLock lock(mutex_);
+    const std::lock_guard<std::mutex> lock(mutex_);
     return idleTimes_;
+}
+
+bool MultiCurlSeam::awaitIdleWaits(std::size_t count) const {
+    std::unique_lock<std::mutex> lock(mutex_);
+    return idled_.wait_for(lock, std::chrono::seconds(10), [&] { return idleTimes_.size() >= count; });
 }
 
 }  // namespace zeb::http::test
@@ -144,7 +150,6 @@ int __wrap_pthread_create(pthread_t* thread, const pthread_attr_t* attributes, v
 bool __wrap__ZN3zeb5Event9timedWaitEl(zeb::Event* event, long milliseconds) {
     if (MultiCurlSeam* const at = seam) {
         MultiCurlSeamCalls::noteIdle(*at, milliseconds);
-        ++at->idleWaits;
         if (useUp(at->expiringIdleWaits)) {
             return false;
         }

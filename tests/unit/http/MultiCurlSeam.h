@@ -1,8 +1,9 @@
 #pragma once
 
-#include "core/Mutex.h"
-
 #include <atomic>
+#include <condition_variable>
+#include <cstddef>
+#include <mutex>
 #include <vector>
 
 /// Stands between the multi client and libcurl's multi interface, its idle wait and the start of its threads,
@@ -30,14 +31,16 @@ public:
     std::atomic<int> adds{0};
     std::atomic<int> removes{0};
     std::atomic<int> performs{0};
-    std::atomic<int> idleWaits{0};
     /// What the waits of both kinds were asked for, in milliseconds.
     std::vector<int> waits() const;
     std::vector<long> idleTimes() const;
+    /// Returns when so many idle waits have begun; false when that takes longer than 10 seconds.
+    bool awaitIdleWaits(std::size_t count) const;
 
 private:
     friend struct MultiCurlSeamCalls;
-    mutable Mutex mutex_;  ///< guards what follows
+    mutable std::mutex mutex_;  ///< guards what follows
+    mutable std::condition_variable idled_;
     std::vector<int> waits_;
     std::vector<long> idleTimes_;
 };

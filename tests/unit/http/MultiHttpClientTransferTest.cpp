@@ -387,7 +387,7 @@ TEST_F(MultiHttpClientTransferTest, ACodeOfPerformIsLoggedByItsNameAndDecidesNot
 TEST_F(MultiHttpClientTransferTest, AMessageOfAnotherKindIsLoggedAndPassedOver) {
     LoopbackServer server(hello);
     client();
-    ASSERT_TRUE(eventually([&] { return seam_.idleWaits == 1; }));
+    ASSERT_TRUE(seam_.awaitIdleWaits(1));
     const LogCapture log;
     seam_.oddMessages = 1;
     ASSERT_EQ(enqueue(server.url("/")), HttpClientError::SUCCESS);

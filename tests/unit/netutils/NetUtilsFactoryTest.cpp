@@ -11,17 +11,13 @@
 #include "support/CertificateBuilder.h"
 #include "support/LogCapture.h"
 #include "support/LoopbackServer.h"
+#include "support/Threads.h"
 
-#include <chrono>
 #include <cstdlib>
-#include <filesystem>
-#include <fstream>
 #include <future>
 #include <memory>
 #include <set>
 #include <string>
-#include <system_error>
-#include <thread>
 #include <utility>
 
 #include <gtest/gtest.h>
@@ -111,17 +107,6 @@ TEST(NetUtilsFactoryTest, EachFormMakesAClientThatRunsTasks) {
     }
 }
 
-std::size_t threadsNamed(const std::string& name) {
-    std::size_t count = 0;
-    std::error_code error;
-    for (const auto& entry : std::filesystem::directory_iterator("/proc/self/task", error)) {
-        std::ifstream file(entry.path() / "comm");
-        std::string line;
-        count += std::getline(file, line) && line == name ? 1 : 0;
-    }
-    return count;
-}
-
 TEST(NetUtilsFactoryDeathTest, EachClientWithoutAGivenPoolHasOneOfItsOwnCalledAsyncHttpReq) {
     GTEST_FLAG_SET(death_test_style, "threadsafe");
     EXPECT_EXIT(
@@ -131,12 +116,8 @@ TEST(NetUtilsFactoryDeathTest, EachClientWithoutAGivenPoolHasOneOfItsOwnCalledAs
             const auto second = factory.createBasicHttpClient(std::shared_ptr<cert::CertVerifier>());
             outcomeOfATask(*first);
             outcomeOfATask(*second);
-            const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(10);
             // Each thread takes the pool's name back when its task has ended.
-            while (threadsNamed("AsyncHttpReq") != 2 && std::chrono::steady_clock::now() < end) {
-                std::this_thread::yield();
-            }
-            std::_Exit(threadsNamed("AsyncHttpReq") == 2 ? EXIT_SUCCESS : EXIT_FAILURE);
+            std::_Exit(zeb::test::awaitThreadsNamed("AsyncHttpReq", 2) ? EXIT_SUCCESS : EXIT_FAILURE);
         },
         testing::ExitedWithCode(EXIT_SUCCESS), "");
 }
