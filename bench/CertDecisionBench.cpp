@@ -7,10 +7,10 @@
 #include "cert/common/CertVerificationFailureManager.h"
 #include "cert/common/CertVerifier.h"
 #include "cert/common/CertificateValidityCache.h"
-#include "cert/common/PlatformCertVerifier.h"
 #include "cert/utils/CertificateData.h"
 #include "http/CommonCriteriaUsagePolicy.h"
 #include "support/CertificateBuilder.h"
+#include "support/FakePlatform.h"
 
 #include <memory>
 #include <set>
@@ -25,20 +25,10 @@ namespace {
 using namespace zeb::cert;
 using zeb::bench::medianOf;
 using zeb::bench::nanosecondsOf;
+using zeb::test::FakePlatform;
 using Statuses = std::set<CertStatus::Status>;
 using PromptingBuilder = UserInteractingInvalidCertManagementPolicy::
     PromptingAvoidableUserInteractingInvalidCertManagementPolicyBuilder;
-
-/// What the trust store says is not what is measured here.
-class FixedPlatform : public PlatformCertVerifier {
-public:
-    explicit FixedPlatform(Statuses answer) : answer_(std::move(answer)) {}
-    Statuses verifyCertificate(const x509_st*) override { return answer_; }
-    Statuses verifyCertificate(const x509_store_ctx_st*) override { return answer_; }
-
-private:
-    const Statuses answer_;
-};
 
 class FixedData : public CertificateData {
 public:
@@ -125,8 +115,9 @@ BENCHMARK(makeFingerprint)->Name("generateFingerprint");
 void verifyInTurn(benchmark::State& state) {
     rememberOthers();
     CertificateValidityCache::addAcceptedInvalidCertificate(fingerprint(), CertStatus::UNKNOWN);
-    CertVerifier trusting(std::make_shared<FixedPlatform>(Statuses{CertStatus::VALID}));
-    CertVerifier asking(std::make_shared<FixedPlatform>(Statuses{CertStatus::UNKNOWN}));
+    // What the trust store says is not what is measured here.
+    CertVerifier trusting(std::make_shared<FakePlatform>(Statuses{CertStatus::VALID}));
+    CertVerifier asking(std::make_shared<FakePlatform>(Statuses{CertStatus::UNKNOWN}));
     for (CertVerifier* const verifier : {&trusting, &asking}) {
         verifier->addPolicy(PromptingBuilder().build());
         // Without one each verification writes a warning.

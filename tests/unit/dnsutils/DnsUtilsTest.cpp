@@ -2,6 +2,7 @@
 #include "dnsutils/DnsUtilsImpl.h"
 #include "dnsutils/src/ResolverSettings.h"
 #include "support/LoopbackDnsServer.h"
+#include "support/Printed.h"
 
 #include <arpa/inet.h>
 #include <atomic>
@@ -44,17 +45,12 @@ using testing::SizeIs;
 using zeb::test::DnsAnswer;
 using zeb::test::DnsQuestion;
 using zeb::test::LoopbackDnsServer;
+using zeb::test::printed;
 using Clock = std::chrono::steady_clock;
 using Result = DnsQueryResult::Result;
 
 constexpr char SERVICE[] = "_edge._tls.corp.example";
 constexpr char HOST[] = "host.corp.example.";
-
-std::string text(const ServiceResourceRecord& record) {
-    std::ostringstream stream;
-    stream << record;
-    return stream.str();
-}
 
 /// A server's answer to everything; nothing: silence.
 class DnsUtilsTest : public testing::Test {
@@ -79,7 +75,7 @@ protected:
     std::vector<std::string> services() const {
         std::vector<std::string> texts;
         for (const auto& record : services_) {
-            texts.push_back(text(record));
+            texts.push_back(printed(record));
         }
         return texts;
     }

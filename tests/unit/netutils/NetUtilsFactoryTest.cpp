@@ -1,6 +1,5 @@
 #include "cert/common/CertVerifier.h"
 #include "cert/common/CertVerifierFactory.h"
-#include "cert/common/PlatformCertVerifier.h"
 #include "core/ThreadPool.h"
 #include "http/BasicHttpClient.h"
 #include "http/EdgePolicy.h"
@@ -9,6 +8,7 @@
 #include "http/Response.h"
 #include "netutils/NetUtilsFactory.h"
 #include "support/CertificateBuilder.h"
+#include "support/FakePlatform.h"
 #include "support/LogCapture.h"
 #include "support/LoopbackServer.h"
 #include "support/Threads.h"
@@ -16,7 +16,6 @@
 #include <cstdlib>
 #include <future>
 #include <memory>
-#include <set>
 #include <string>
 #include <utility>
 
@@ -25,6 +24,7 @@
 namespace zeb::netutils::test {
 namespace {
 
+using zeb::test::FakePlatform;
 using zeb::test::LogCapture;
 using zeb::test::LoopbackServer;
 
@@ -169,17 +169,6 @@ TEST(NetUtilsFactoryTest, WithANullPoolOnlySynchronousRequestsRun) {
 
 // HTTPS
 
-/// Trusts every chain, so that the names alone decide.
-class TrustingPlatform : public cert::PlatformCertVerifier {
-public:
-    std::set<cert::CertStatus::Status> verifyCertificate(const x509_st*) override {
-        return {cert::CertStatus::VALID};
-    }
-    std::set<cert::CertStatus::Status> verifyCertificate(const x509_store_ctx_st*) override {
-        return {cert::CertStatus::VALID};
-    }
-};
-
 class FactorysHttpsTest : public testing::Test {
 protected:
     ~FactorysHttpsTest() override { cert::CertVerifierFactory::setCertVerifier(nullptr); }
@@ -201,7 +190,7 @@ protected:
     LoopbackServer bad_{hello, presenting("other.test")};
     const std::shared_ptr<ThreadPool> pool_ = std::make_shared<ThreadPool>(0, 1, "mine", 60);
     const std::shared_ptr<cert::CertVerifier> trusting_ =
-        std::make_shared<cert::CertVerifier>(std::make_shared<TrustingPlatform>());
+        std::make_shared<cert::CertVerifier>(std::make_shared<FakePlatform>());
     NetUtilsFactory factory_;
 };
 
