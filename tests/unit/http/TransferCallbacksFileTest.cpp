@@ -1,5 +1,5 @@
 #include "BasicHttpClientTestSupport.h"
-#include "TransferFiles.h"
+#include "support/TestFiles.h"
 
 #include <csignal>
 #include <fcntl.h>
@@ -13,6 +13,8 @@
 
 namespace zeb::http::test {
 namespace {
+
+using zeb::test::TestFolder;
 
 /// Downloads and uploads of real files, with a server on loopback.
 class TransferFileTest : public testing::Test {
