@@ -2,17 +2,16 @@
 /// verification of a certificate that the platform refuses and the user has accepted, beside one that the
 /// platform trusts, in one run.
 
+#include "Measuring.h"
 #include "cert/UserInteractingInvalidCertManagementPolicy.h"
 #include "cert/common/CertVerificationFailureManager.h"
 #include "cert/common/CertVerifier.h"
 #include "cert/common/CertificateValidityCache.h"
-#include "cert/common/PlatformCertVerifier.h"
 #include "cert/utils/CertificateData.h"
 #include "http/CommonCriteriaUsagePolicy.h"
 #include "support/CertificateBuilder.h"
+#include "support/FakePlatform.h"
 
-#include <algorithm>
-#include <chrono>
 #include <memory>
 #include <set>
 #include <string>
@@ -24,20 +23,12 @@
 namespace {
 
 using namespace zeb::cert;
+using zeb::bench::medianOf;
+using zeb::bench::nanosecondsOf;
+using zeb::test::FakePlatform;
 using Statuses = std::set<CertStatus::Status>;
 using PromptingBuilder = UserInteractingInvalidCertManagementPolicy::
     PromptingAvoidableUserInteractingInvalidCertManagementPolicyBuilder;
-
-/// What the trust store says is not what is measured here.
-class FixedPlatform : public PlatformCertVerifier {
-public:
-    explicit FixedPlatform(Statuses answer) : answer_(std::move(answer)) {}
-    Statuses verifyCertificate(const x509_st*) override { return answer_; }
-    Statuses verifyCertificate(const x509_store_ctx_st*) override { return answer_; }
-
-private:
-    const Statuses answer_;
-};
 
 class FixedData : public CertificateData {
 public:
@@ -120,25 +111,13 @@ void makeFingerprint(benchmark::State& state) {
 }
 BENCHMARK(makeFingerprint)->Name("generateFingerprint");
 
-template <typename Function>
-double nanosecondsOf(const Function& function) {
-    const auto begin = std::chrono::steady_clock::now();
-    function();
-    return std::chrono::duration<double, std::nano>(std::chrono::steady_clock::now() - begin).count();
-}
-
-double medianOf(std::vector<double>& samples) {
-    const auto middle = samples.begin() + static_cast<std::ptrdiff_t>(samples.size() / 2);
-    std::nth_element(samples.begin(), middle, samples.end());
-    return *middle;
-}
-
 /// One verification each, in turn, so that whatever else the machine does falls on both alike.
 void verifyInTurn(benchmark::State& state) {
     rememberOthers();
     CertificateValidityCache::addAcceptedInvalidCertificate(fingerprint(), CertStatus::UNKNOWN);
-    CertVerifier trusting(std::make_shared<FixedPlatform>(Statuses{CertStatus::VALID}));
-    CertVerifier asking(std::make_shared<FixedPlatform>(Statuses{CertStatus::UNKNOWN}));
+    // What the trust store says is not what is measured here.
+    CertVerifier trusting(std::make_shared<FakePlatform>(Statuses{CertStatus::VALID}));
+    CertVerifier asking(std::make_shared<FakePlatform>(Statuses{CertStatus::UNKNOWN}));
     for (CertVerifier* const verifier : {&trusting, &asking}) {
         verifier->addPolicy(PromptingBuilder().build());
         // Without one each verification writes a warning.

@@ -4,6 +4,7 @@
 // memory.
 
 #include "BenchServer.h"
+#include "Measuring.h"
 #include "http/BasicHttpClient.h"
 #include "http/HttpClientListener.h"
 #include "http/HttpRequestOptions.h"
@@ -12,7 +13,6 @@
 #include "netutils/NetUtilsFactory.h"
 
 #include <algorithm>
-#include <chrono>
 #include <cstdio>
 #include <cstdlib>
 #include <future>
@@ -26,6 +26,7 @@
 namespace {
 
 using namespace zeb::http;
+using zeb::bench::secondsOf;
 
 constexpr std::size_t BODY_SIZE = std::size_t{1} << 30;
 // The disk is not what is measured.
@@ -86,13 +87,6 @@ bool downloadOurs(BasicHttpClient& client) {
     request->setListener(listener);
     unsigned int id = 0;
     return client.downloadAsync(request, id, TARGET) == HttpClientError::SUCCESS && listener->wait();
-}
-
-template <typename Function>
-double secondsOf(const Function& function) {
-    const auto begin = std::chrono::steady_clock::now();
-    function();
-    return std::chrono::duration<double>(std::chrono::steady_clock::now() - begin).count();
 }
 
 double peakMemoryMiB() {

@@ -3,6 +3,7 @@
 // The server is a child process, so that neither side pays for its work; each side keeps one connection.
 
 #include "BenchServer.h"
+#include "Measuring.h"
 #include "http/BasicHttpClient.h"
 #include "http/HttpRequestOptions.h"
 #include "http/Request.h"
@@ -10,8 +11,6 @@
 #include "netutils/GlobalInit.h"
 #include "netutils/NetUtilsFactory.h"
 
-#include <algorithm>
-#include <chrono>
 #include <cstdlib>
 #include <memory>
 #include <string>
@@ -22,6 +21,8 @@
 
 namespace {
 
+using zeb::bench::medianOf;
+using zeb::bench::nanosecondsOf;
 using zeb::http::HttpClientResult;
 
 constexpr std::size_t BODY_SIZE = 1024;
@@ -94,19 +95,6 @@ bool executeGet(zeb::http::BasicHttpClient& client) {
     zeb::http::Response response;
     return client.execute(request, response) == HttpClientResult::SUCCESS &&
            response.body.size() == BODY_SIZE;
-}
-
-template <typename Function>
-double nanosecondsOf(const Function& function) {
-    const auto begin = std::chrono::steady_clock::now();
-    function();
-    return std::chrono::duration<double, std::nano>(std::chrono::steady_clock::now() - begin).count();
-}
-
-double medianOf(std::vector<double>& samples) {
-    const auto middle = samples.begin() + static_cast<std::ptrdiff_t>(samples.size() / 2);
-    std::nth_element(samples.begin(), middle, samples.end());
-    return *middle;
 }
 
 /// One request each, in turn, so that whatever else the machine does falls on both alike.

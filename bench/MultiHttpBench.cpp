@@ -13,6 +13,7 @@
 #define CURL_DISABLE_DEPRECATION
 
 #include "BenchServer.h"
+#include "Measuring.h"
 #include "http/CommonCriteriaUsagePolicy.h"
 #include "http/HttpClientListener.h"
 #include "http/HttpRequestOptions.h"
@@ -39,6 +40,8 @@
 #include <curl/curl.h>
 
 namespace {
+
+using zeb::bench::medianOf;
 
 constexpr std::size_t BODY_SIZE = 1024;
 constexpr int ROUNDS = 7;
@@ -260,12 +263,6 @@ private:
     std::atomic<bool> good_{true};
     std::promise<void> end_;
 };
-
-double medianOf(std::vector<double> samples) {
-    const auto middle = samples.begin() + static_cast<std::ptrdiff_t>(samples.size() / 2);
-    std::nth_element(samples.begin(), middle, samples.end());
-    return *middle;
-}
 
 /// Some rounds of each, in turn, so that whatever else the machine does falls on both alike.
 void getInFlight(benchmark::State& state) {

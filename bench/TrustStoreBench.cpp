@@ -2,11 +2,11 @@
 /// that is there already, in one run; and what it costs to notice that the bundle is the same, and to load
 /// it.
 
+#include "Measuring.h"
 #include "TestChain.h"
 #include "cert/linux/LinuxCertVerifier.h"
 #include "qrmcoreutils/QRMCoreUtils.h"
 
-#include <algorithm>
 #include <chrono>
 #include <cstdio>
 #include <cstdlib>
@@ -22,6 +22,8 @@
 namespace {
 
 using namespace zeb::cert;
+using zeb::bench::medianOf;
+using zeb::bench::nanosecondsOf;
 using zeb::test::IssuedCertificate;
 
 constexpr const char* SYSTEM_BUNDLE = "/etc/ssl/certs/ca-certificates.crt";
@@ -66,19 +68,6 @@ bool verifyBare(X509_STORE* store, X509* leaf, STACK_OF(X509) * sent) {
     X509_STORE_CTX_cleanup(context);
     X509_STORE_CTX_free(context);
     return valid;
-}
-
-template <typename Function>
-double nanosecondsOf(const Function& function) {
-    const auto begin = std::chrono::steady_clock::now();
-    function();
-    return std::chrono::duration<double, std::nano>(std::chrono::steady_clock::now() - begin).count();
-}
-
-double medianOf(std::vector<double>& samples) {
-    const auto middle = samples.begin() + static_cast<std::ptrdiff_t>(samples.size() / 2);
-    std::nth_element(samples.begin(), middle, samples.end());
-    return *middle;
 }
 
 /// One verification each, in turn, so that whatever else the machine does falls on both alike.

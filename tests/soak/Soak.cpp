@@ -186,7 +186,7 @@ public:
     }
     std::size_t pick(std::size_t count) { return random_() % count; }
     const std::string& file() const { return file_; }
-    /// How many never came to an end.
+    /// How many never came to an end. Nothing tells when a request goes away: they are looked at again.
     std::size_t drain() {
         const auto end = Clock::now() + PATIENCE;
         while (underWay() > 0 && Clock::now() < end) {

@@ -1,8 +1,16 @@
 #include "support/Lab.h"
 
+#include "support/Sockets.h"
+
+#include <array>
+#include <chrono>
 #include <cstdlib>
 #include <fstream>
 #include <iterator>
+#include <poll.h>
+#include <sstream>
+#include <sys/inotify.h>
+#include <unistd.h>
 
 namespace zeb::test {
 namespace {
@@ -53,6 +61,27 @@ std::string startProxies() {
 std::string logOf(const std::string& file) {
     std::ifstream log(directory() + "/" + file);
     return {std::istreambuf_iterator<char>(log), std::istreambuf_iterator<char>()};
+}
+
+std::string awaitLine(const std::string& file, const std::string& text) {
+    const Descriptor changes(::inotify_init1(IN_CLOEXEC | IN_NONBLOCK));
+    if (::inotify_add_watch(changes.get(), (directory() + "/" + file).c_str(), IN_MODIFY) < 0) {
+        throwErrno("inotify_add_watch");
+    }
+    const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(10);
+    pollfd changed{changes.get(), POLLIN, 0};
+    do {
+        std::array<char, 4096> events{};
+        while (::read(changes.get(), events.data(), events.size()) > 0) {
+        }
+        std::istringstream log(logOf(file));
+        for (std::string line; std::getline(log, line);) {
+            if (line.find(text) != std::string::npos) {
+                return line;
+            }
+        }
+    } while (std::chrono::steady_clock::now() < end && ::poll(&changed, 1, 10000) > 0);
+    return "";
 }
 
 std::string authorityFile() {

@@ -56,6 +56,9 @@ std::string startProxies();
 /// What that file in the lab's folder holds: "squid.log" has a line with the whole head for each request,
 /// "socks.log" the names or addresses asked for.
 std::string logOf(const std::string& file);
+/// The first line of that file that has the text, when it has been written; "" when that takes longer than 10
+/// seconds.
+std::string awaitLine(const std::string& file, const std::string& text);
 
 /// A file with the certificate of the lab's authority, the one that the machine's bundle holds in the lab.
 std::string authorityFile();

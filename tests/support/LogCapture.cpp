@@ -84,9 +84,10 @@ std::size_t LogCapture::count(const std::string& text) const {
     return state_->countLocked(having(text));
 }
 
-bool LogCapture::waitFor(const std::string& text, std::chrono::milliseconds timeout) const {
+bool LogCapture::waitFor(const std::string& text, std::chrono::milliseconds timeout,
+                         std::size_t count) const {
     std::unique_lock<std::mutex> lock(state_->mutex);
-    return state_->grown.wait_for(lock, timeout, [&] { return state_->countLocked(having(text)) != 0; });
+    return state_->grown.wait_for(lock, timeout, [&] { return state_->countLocked(having(text)) >= count; });
 }
 
 void LogCapture::clear() {

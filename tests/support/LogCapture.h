@@ -38,9 +38,10 @@ public:
     bool contains(int level, const std::string& text) const;
     /// How many messages have that text in them.
     std::size_t count(const std::string& text) const;
-    /// Returns as soon as some message has that text in it, or with false after the time-out.
+    /// Returns as soon as so many messages have that text in them, or with false after the time-out.
     bool waitFor(const std::string& text,
-                 std::chrono::milliseconds timeout = std::chrono::milliseconds(10000)) const;
+                 std::chrono::milliseconds timeout = std::chrono::milliseconds(10000),
+                 std::size_t count = 1) const;
 
     void clear();
 

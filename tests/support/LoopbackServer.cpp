@@ -82,14 +82,14 @@ void LoopbackServer::Gate::open() {
 
 void LoopbackServer::Gate::wait() {
     std::unique_lock<std::mutex> lock(mutex_);
-    reached_ = true;
+    ++reached_;
     changed_.notify_all();
     changed_.wait(lock, [this] { return open_; });
 }
 
-bool LoopbackServer::Gate::waitUntilReached(std::chrono::milliseconds timeout) {
+bool LoopbackServer::Gate::waitUntilReached(std::chrono::milliseconds timeout, std::size_t count) {
     std::unique_lock<std::mutex> lock(mutex_);
-    return changed_.wait_for(lock, timeout, [this] { return reached_; });
+    return changed_.wait_for(lock, timeout, [&] { return reached_ >= count; });
 }
 
 std::string LoopbackServer::Request::header(const std::string& name) const {

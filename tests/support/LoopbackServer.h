@@ -35,14 +35,15 @@ public:
     public:
         void open();
         void wait();
-        /// Returns as soon as some reply has come as far as this gate, or with false after the time-out.
-        bool waitUntilReached(std::chrono::milliseconds timeout = PATIENCE);
+        /// Returns as soon as so many replies have come as far as this gate, or with false after the
+        /// time-out.
+        bool waitUntilReached(std::chrono::milliseconds timeout = PATIENCE, std::size_t count = 1);
 
     private:
         std::mutex mutex_;  ///< guards open_ and reached_
         std::condition_variable changed_;
         bool open_ = false;
-        bool reached_ = false;
+        std::size_t reached_ = 0;
     };
 
     /// One request, complete with its body.

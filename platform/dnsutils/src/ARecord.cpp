@@ -3,6 +3,6 @@
 namespace zeb::dns {
 
 ARecord::ARecord(const std::string& name, const std::string& address, unsigned int ttl)
-    : name_(name), address_(address), ttl_(ttl) {}
+    : AddressRecord(name, address, ttl) {}
 
 }  // namespace zeb::dns

@@ -11,6 +11,60 @@
 
 namespace zeb::cert {
 
+namespace {
+
+using Names = CertVerifier::Names;
+
+// Whom a call's names tell of.
+
+Identity identityOf(const std::string& reference) {
+    return IdentityBuilder().referenceIdentifier(reference).build();
+}
+
+Identity identityOf(const std::string& reference, const std::string& display) {
+    return IdentityBuilder().referenceIdentifier(reference).identifierToDisplay(display).build();
+}
+
+Identity identityOf(const Names& references) {
+    return IdentityBuilder().referenceIdentifiers(references).build();
+}
+
+Identity identityOf(const std::string& mandatory, const Names& references) {
+    return IdentityBuilder().mandatoryReferenceIdentifier(mandatory).referenceIdentifiers(references).build();
+}
+
+Identity identityOf(const Names& references, const std::string& display) {
+    return IdentityBuilder().referenceIdentifiers(references).identifierToDisplay(display).build();
+}
+
+Identity identityOf(const std::string& mandatory, const Names& references, const std::string& display) {
+    return IdentityBuilder()
+        .mandatoryReferenceIdentifier(mandatory)
+        .referenceIdentifiers(references)
+        .identifierToDisplay(display)
+        .build();
+}
+
+Identity identityOf(const std::string& sni, const std::string& mandatory, const Names& references) {
+    return IdentityBuilder()
+        .referenceIdentifierForSNI(sni)
+        .mandatoryReferenceIdentifier(mandatory)
+        .referenceIdentifiers(references)
+        .build();
+}
+
+Identity identityOf(const std::string& sni, const std::string& mandatory, const Names& references,
+                    const std::string& display) {
+    return IdentityBuilder()
+        .referenceIdentifierForSNI(sni)
+        .mandatoryReferenceIdentifier(mandatory)
+        .referenceIdentifiers(references)
+        .identifierToDisplay(display)
+        .build();
+}
+
+}  // namespace
+
 CertVerifier::CertVerifier(std::shared_ptr<PlatformCertVerifier> platformCertVerifier)
     : BaseCertVerifier(std::move(platformCertVerifier)) {}
 
@@ -22,152 +76,107 @@ CertIdentifierStatus::Status CertVerifier::checkIdentifier(std::shared_ptr<AltNa
     return altNameParser->verify(identifier);
 }
 
+template <typename Certificate, typename... Identifiers>
+CertResult CertVerifier::verify(const Certificate* certificate, const Identifiers&... identifiers) {
+    return verifyCertificate(getCertContainerFactory().buildCertContainer(certificate),
+                             identityOf(identifiers...));
+}
+
 // --- a certificate by itself ------------------------------------------------------------------------------
 
 CertResult CertVerifier::verifyCertificate(const x509_st* certificate, const std::string& reference) {
-    return verifyCertificate(getCertContainerFactory().buildCertContainer(certificate),
-                             IdentityBuilder().referenceIdentifier(reference).build());
+    return verify(certificate, reference);
 }
 
 CertResult CertVerifier::verifyCertificate(const x509_st* certificate, const std::string& reference,
                                            const std::string& display) {
-    return verifyCertificate(
-        getCertContainerFactory().buildCertContainer(certificate),
-        IdentityBuilder().referenceIdentifier(reference).identifierToDisplay(display).build());
+    return verify(certificate, reference, display);
 }
 
 CertResult CertVerifier::verifyCertificate(const x509_st* certificate, const Names& references) {
-    return verifyCertificate(getCertContainerFactory().buildCertContainer(certificate),
-                             IdentityBuilder().referenceIdentifiers(references).build());
+    return verify(certificate, references);
 }
 
 CertResult CertVerifier::verifyCertificate(const x509_st* certificate, const std::string& mandatory,
                                            const Names& references) {
-    return verifyCertificate(
-        getCertContainerFactory().buildCertContainer(certificate),
-        IdentityBuilder().mandatoryReferenceIdentifier(mandatory).referenceIdentifiers(references).build());
+    return verify(certificate, mandatory, references);
 }
 
 CertResult CertVerifier::verifyCertificate(const x509_st* certificate, const Names& references,
                                            const std::string& display) {
-    return verifyCertificate(
-        getCertContainerFactory().buildCertContainer(certificate),
-        IdentityBuilder().referenceIdentifiers(references).identifierToDisplay(display).build());
+    return verify(certificate, references, display);
 }
 
 CertResult CertVerifier::verifyCertificate(const x509_st* certificate, const std::string& mandatory,
                                            const Names& references, const std::string& display) {
-    return verifyCertificate(getCertContainerFactory().buildCertContainer(certificate),
-                             IdentityBuilder()
-                                 .mandatoryReferenceIdentifier(mandatory)
-                                 .referenceIdentifiers(references)
-                                 .identifierToDisplay(display)
-                                 .build());
+    return verify(certificate, mandatory, references, display);
 }
 
 CertResult CertVerifier::verifyCertificate(const x509_st* certificate, const std::string& sni,
                                            const std::string& mandatory, const Names& references) {
-    return verifyCertificate(getCertContainerFactory().buildCertContainer(certificate),
-                             IdentityBuilder()
-                                 .referenceIdentifierForSNI(sni)
-                                 .mandatoryReferenceIdentifier(mandatory)
-                                 .referenceIdentifiers(references)
-                                 .build());
+    return verify(certificate, sni, mandatory, references);
 }
 
 CertResult CertVerifier::verifyCertificate(const x509_st* certificate, const std::string& sni,
                                            const std::string& mandatory, const Names& references,
                                            const std::string& display) {
-    return verifyCertificate(getCertContainerFactory().buildCertContainer(certificate),
-                             IdentityBuilder()
-                                 .referenceIdentifierForSNI(sni)
-                                 .mandatoryReferenceIdentifier(mandatory)
-                                 .referenceIdentifiers(references)
-                                 .identifierToDisplay(display)
-                                 .build());
+    return verify(certificate, sni, mandatory, references, display);
 }
 
 // --- the certificate of a handshake, with its chain -------------------------------------------------------
 
 CertResult CertVerifier::verifyCertificate(const x509_store_ctx_st* chain, const std::string& reference) {
-    return verifyCertificate(getCertContainerFactory().buildCertContainer(chain),
-                             IdentityBuilder().referenceIdentifier(reference).build());
+    return verify(chain, reference);
 }
 
 CertResult CertVerifier::verifyCertificate(const x509_store_ctx_st* chain, const std::string& reference,
                                            const std::string& display) {
-    return verifyCertificate(
-        getCertContainerFactory().buildCertContainer(chain),
-        IdentityBuilder().referenceIdentifier(reference).identifierToDisplay(display).build());
+    return verify(chain, reference, display);
 }
 
 CertResult CertVerifier::verifyCertificate(const x509_store_ctx_st* chain, const Names& references) {
-    return verifyCertificate(getCertContainerFactory().buildCertContainer(chain),
-                             IdentityBuilder().referenceIdentifiers(references).build());
+    return verify(chain, references);
 }
 
 CertResult CertVerifier::verifyCertificate(const x509_store_ctx_st* chain, const std::string& mandatory,
                                            const Names& references) {
-    return verifyCertificate(
-        getCertContainerFactory().buildCertContainer(chain),
-        IdentityBuilder().mandatoryReferenceIdentifier(mandatory).referenceIdentifiers(references).build());
+    return verify(chain, mandatory, references);
 }
 
 CertResult CertVerifier::verifyCertificate(const x509_store_ctx_st* chain, const Names& references,
                                            const std::string& display) {
-    return verifyCertificate(
-        getCertContainerFactory().buildCertContainer(chain),
-        IdentityBuilder().referenceIdentifiers(references).identifierToDisplay(display).build());
+    return verify(chain, references, display);
 }
 
 CertResult CertVerifier::verifyCertificate(const x509_store_ctx_st* chain, const std::string& mandatory,
                                            const Names& references, const std::string& display) {
-    return verifyCertificate(getCertContainerFactory().buildCertContainer(chain),
-                             IdentityBuilder()
-                                 .mandatoryReferenceIdentifier(mandatory)
-                                 .referenceIdentifiers(references)
-                                 .identifierToDisplay(display)
-                                 .build());
+    return verify(chain, mandatory, references, display);
 }
 
 CertResult CertVerifier::verifyCertificate(const x509_store_ctx_st* chain, const std::string& sni,
                                            const std::string& mandatory, const Names& references) {
-    return verifyCertificate(getCertContainerFactory().buildCertContainer(chain),
-                             IdentityBuilder()
-                                 .referenceIdentifierForSNI(sni)
-                                 .mandatoryReferenceIdentifier(mandatory)
-                                 .referenceIdentifiers(references)
-                                 .build());
+    return verify(chain, sni, mandatory, references);
 }
 
 CertResult CertVerifier::verifyCertificate(const x509_store_ctx_st* chain, const std::string& sni,
                                            const std::string& mandatory, const Names& references,
                                            const std::string& display) {
-    return verifyCertificate(getCertContainerFactory().buildCertContainer(chain),
-                             IdentityBuilder()
-                                 .referenceIdentifierForSNI(sni)
-                                 .mandatoryReferenceIdentifier(mandatory)
-                                 .referenceIdentifiers(references)
-                                 .identifierToDisplay(display)
-                                 .build());
+    return verify(chain, sni, mandatory, references, display);
 }
 
 bool CertVerifier::verifyCertificateAsync(const x509_store_ctx_st* chain, const std::string& reference,
                                           std::shared_ptr<CertificateVerificationListener> listener,
                                           CertResult& instantResult, unsigned int& requestId) {
-    return verifyCertificateAsync(getCertContainerFactory().buildCertContainer(chain),
-                                  IdentityBuilder().referenceIdentifier(reference).build(), listener,
-                                  instantResult, requestId);
+    return verifyCertificateAsync(getCertContainerFactory().buildCertContainer(chain), identityOf(reference),
+                                  listener, instantResult, requestId);
 }
 
 bool CertVerifier::verifyCertificateAsync(const x509_store_ctx_st* chain, const std::string& reference,
                                           const std::string& display,
                                           std::shared_ptr<CertificateVerificationListener> listener,
                                           CertResult& instantResult, unsigned int& requestId) {
-    return verifyCertificateAsync(
-        getCertContainerFactory().buildCertContainer(chain),
-        IdentityBuilder().referenceIdentifier(reference).identifierToDisplay(display).build(), listener,
-        instantResult, requestId);
+    return verifyCertificateAsync(getCertContainerFactory().buildCertContainer(chain),
+                                  identityOf(reference, display), listener, instantResult, requestId);
 }
 
 }  // namespace zeb::cert

@@ -78,6 +78,11 @@ public:
                                         const std::string& display,
                                         std::shared_ptr<CertificateVerificationListener> listener,
                                         CertResult& instantResult, unsigned int& requestId);
+
+private:
+    /// What all overloads of verifyCertificate() come to.
+    template <typename Certificate, typename... Identifiers>
+    CertResult verify(const Certificate* certificate, const Identifiers&... identifiers);
 };
 
 }  // namespace zeb::cert

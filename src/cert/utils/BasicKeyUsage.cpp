@@ -1,5 +1,7 @@
 #include "cert/utils/BasicKeyUsage.h"
 
+#include "cert/utils/UsageNames.h"
+
 namespace zeb::cert {
 
 namespace {
@@ -33,24 +35,11 @@ unsigned long BasicKeyUsage::fromX509KeyUsage(unsigned long keyUsage) {
 }
 
 void BasicKeyUsage::print(std::ostream& stream, unsigned long mask) {
-    stream << "[";
-    const char* separator = "";
-    for (const Row& row : ROWS) {
-        if ((mask & static_cast<unsigned long>(row.usage)) != 0) {
-            stream << separator << row.name;
-            separator = ", ";
-        }
-    }
-    stream << "]";
+    printUsages(stream, ROWS, mask);
 }
 
 std::ostream& operator<<(std::ostream& stream, BasicKeyUsage::Usage usage) {
-    for (const Row& row : ROWS) {
-        if (row.usage == usage) {
-            return stream << row.name;
-        }
-    }
-    return stream << static_cast<int>(usage);
+    return printUsage(stream, ROWS, usage);
 }
 
 }  // namespace zeb::cert

@@ -1,5 +1,7 @@
 #include "cert/utils/ExtendedKeyUsage.h"
 
+#include "cert/utils/UsageNames.h"
+
 #include <openssl/obj_mac.h>
 
 namespace zeb::cert {
@@ -37,24 +39,11 @@ unsigned long ExtendedKeyUsage::fromNid(int nid) {
 }
 
 void ExtendedKeyUsage::print(std::ostream& stream, unsigned long mask) {
-    stream << "[";
-    const char* separator = "";
-    for (const Row& row : ROWS) {
-        if ((mask & static_cast<unsigned long>(row.usage)) != 0) {
-            stream << separator << row.name;
-            separator = ", ";
-        }
-    }
-    stream << "]";
+    printUsages(stream, ROWS, mask);
 }
 
 std::ostream& operator<<(std::ostream& stream, ExtendedKeyUsage::Usage usage) {
-    for (const Row& row : ROWS) {
-        if (row.usage == usage) {
-            return stream << row.name;
-        }
-    }
-    return stream << static_cast<int>(usage);
+    return printUsage(stream, ROWS, usage);
 }
 
 }  // namespace zeb::cert

@@ -13,9 +13,7 @@
 #include <chrono>
 #include <future>
 #include <memory>
-#include <sstream>
 #include <string>
-#include <thread>
 
 #include <gmock/gmock.h>
 
@@ -218,16 +216,7 @@ TEST_F(ProxyLabTest, TwoParkedRequestsAreReleasedByOneAnswer) {
 /// squid's line for the tunnel to that host, which no other test asks for; it is written when the tunnel has
 /// ended.
 std::string lineOfTunnelTo(const std::string& host) {
-    for (int tries = 500; tries > 0; --tries) {
-        std::istringstream log(lab::logOf("squid.log"));
-        for (std::string line; std::getline(log, line);) {
-            if (line.find("CONNECT " + host) != std::string::npos) {
-                return line;
-            }
-        }
-        std::this_thread::sleep_for(std::chrono::milliseconds(20));
-    }
-    return "";
+    return lab::awaitLine("squid.log", "CONNECT " + host);
 }
 
 TEST_F(ProxyLabTest, NothingOfTheRequestsSecretsReachesTheProxyInATunnel) {

@@ -1,8 +1,7 @@
 #include "cert/InvalidCertManagementPolicy.h"
 #include "cert/utils/CertificateData.h"
 #include "support/LogCapture.h"
-
-#include <sstream>
+#include "support/Printed.h"
 
 #include <gmock/gmock.h>
 
@@ -13,15 +12,9 @@ using P = InvalidCertManagementPolicy;
 using V = InvalidCertManagementPolicy::PolicyValue;
 using Statuses = std::set<CertStatus::Status>;
 using common::Policy;
+using zeb::test::printed;
 using Class = Policy::PolicyFailureClass;
 using Result = Policy::PolicyEnforcingResult;
-
-template <typename T>
-std::string printed(const T& value) {
-    std::ostringstream stream;
-    stream << value;
-    return stream.str();
-}
 
 struct Row {
     const char* testName;

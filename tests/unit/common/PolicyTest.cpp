@@ -1,19 +1,13 @@
 #include "common/InputIndependentPolicy.h"
 #include "common/Policy.h"
-
-#include <sstream>
+#include "support/Printed.h"
 
 #include <gmock/gmock.h>
 
 namespace zeb::common {
 namespace {
 
-template <typename T>
-std::string printed(const T& value) {
-    std::ostringstream stream;
-    stream << value;
-    return stream.str();
-}
+using zeb::test::printed;
 
 struct NatureRow {
     const char* name;

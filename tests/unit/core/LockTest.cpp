@@ -4,12 +4,13 @@
 #include "core/RWLock.h"
 #include "core/ScopedLock.h"
 #include "core/ScopedRWLock.h"
+#include "support/Printed.h"
+#include "support/Threads.h"
 
 #include <cerrno>
 #include <cstddef>
 #include <new>
 #include <optional>
-#include <sstream>
 #include <string>
 #include <thread>
 #include <vector>
@@ -38,8 +39,11 @@ public:
     Contender(const Contender&) = delete;
     Contender& operator=(const Contender&) = delete;
 
-    /// True when it has been let in, within a moment if need be.
-    bool isIn() { return entered_.timedWait(50); }
+    /// True when it has been let in; false when it is kept waiting.
+    bool isIn() {
+        EXPECT_TRUE(awaitOthersAsleep());
+        return entered_.timedWait(0);
+    }
     void awaitEntry() { entered_.wait(); }
 
 private:
@@ -47,14 +51,8 @@ private:
     std::thread thread_;
 };
 
-std::string textOf(const RWLock& lock) {
-    std::ostringstream text;
-    text << lock;
-    return text.str();
-}
-
 void awaitText(const RWLock& lock, const std::string& text) {
-    while (textOf(lock) != text) {
+    while (printed(lock) != text) {
         std::this_thread::yield();
     }
 }
@@ -174,24 +172,24 @@ TEST(ScopedLockTest, UnlockAnswersTheErrorOfTheMutex) {
 
 TEST(RWLockTest, ItPrintsItsReadersAndWaitingWriters) {
     RWLock lock;
-    EXPECT_EQ("rwlock 0, waiting writers 0", textOf(lock));
+    EXPECT_EQ("rwlock 0, waiting writers 0", printed(lock));
     EXPECT_EQ(0, lock.readLock());
     EXPECT_EQ(0, lock.readLock());
-    EXPECT_EQ("rwlock 2, waiting writers 0", textOf(lock));
+    EXPECT_EQ("rwlock 2, waiting writers 0", printed(lock));
     EXPECT_EQ(0, lock.unlock());
     EXPECT_EQ(0, lock.unlock());
     EXPECT_EQ(0, lock.writeLock());
-    EXPECT_EQ("rwlock -1, waiting writers 0", textOf(lock));
+    EXPECT_EQ("rwlock -1, waiting writers 0", printed(lock));
     EXPECT_EQ(0, lock.unlock());
-    EXPECT_EQ("rwlock 0, waiting writers 0", textOf(lock));
+    EXPECT_EQ("rwlock 0, waiting writers 0", printed(lock));
 }
 
 TEST(RWLockTest, ReleasingAFreeLockLeavesItAsAWriterWouldHoldIt) {
     RWLock lock;
     EXPECT_EQ(0, lock.unlock());
-    EXPECT_EQ("rwlock -1, waiting writers 0", textOf(lock));
+    EXPECT_EQ("rwlock -1, waiting writers 0", printed(lock));
     EXPECT_EQ(0, lock.unlock());
-    EXPECT_EQ("rwlock 0, waiting writers 0", textOf(lock));
+    EXPECT_EQ("rwlock 0, waiting writers 0", printed(lock));
 }
 
 TEST(RWLockTest, ReadersShareIt) {
@@ -199,9 +197,9 @@ TEST(RWLockTest, ReadersShareIt) {
     const ScopedReadRWLock mine(lock);
     std::thread([&] {
         const ScopedReadRWLock other(lock);
-        EXPECT_EQ("rwlock 2, waiting writers 0", textOf(lock));
+        EXPECT_EQ("rwlock 2, waiting writers 0", printed(lock));
     }).join();
-    EXPECT_EQ("rwlock 1, waiting writers 0", textOf(lock));
+    EXPECT_EQ("rwlock 1, waiting writers 0", printed(lock));
 }
 
 TEST(RWLockTest, AReaderBehindAWaitingWriterBlocksEvenWhileOnlyReadersHoldTheLock) {
@@ -219,8 +217,9 @@ TEST(RWLockTest, AReaderBehindAWaitingWriterBlocksEvenWhileOnlyReadersHoldTheLoc
         order.emplace_back("reader");
         readerCame.set();
     });
-    EXPECT_FALSE(readerCame.timedWait(50));
-    EXPECT_EQ("rwlock 1, waiting writers 1", textOf(lock));
+    EXPECT_TRUE(awaitOthersAsleep());
+    EXPECT_FALSE(readerCame.timedWait(0));
+    EXPECT_EQ("rwlock 1, waiting writers 1", printed(lock));
     lock.unlock();
     writer.join();
     reader.join();
@@ -236,7 +235,8 @@ TEST(RWLockTest, AWriterKeepsWritersAndReadersOut) {
         came.set();
     });
     awaitText(lock, "rwlock -1, waiting writers 1");
-    EXPECT_FALSE(came.timedWait(20));
+    EXPECT_TRUE(awaitOthersAsleep());
+    EXPECT_FALSE(came.timedWait(0));
     lock.unlock();
     EXPECT_TRUE(came.wait());
     writer.join();
@@ -247,7 +247,8 @@ TEST(RWLockTest, AWriterKeepsWritersAndReadersOut) {
         const ScopedReadRWLock held(lock);
         read.set();
     });
-    EXPECT_FALSE(read.timedWait(20));
+    EXPECT_TRUE(awaitOthersAsleep());
+    EXPECT_FALSE(read.timedWait(0));
     lock.unlock();
     EXPECT_TRUE(read.wait());
     reader.join();
@@ -270,7 +271,7 @@ TEST(RWLockTest, ReleasingAWriteLockWakesAllReaders) {
     for (std::thread& reader : readers) {
         reader.join();
     }
-    EXPECT_EQ("rwlock 0, waiting writers 0", textOf(lock));
+    EXPECT_EQ("rwlock 0, waiting writers 0", printed(lock));
 }
 
 TEST(RWLockTest, ReadersSeeWhatWritersWroteWhole) {
@@ -303,13 +304,13 @@ TEST(ScopedRWLockTest, EachHoldsItsKindToTheEndOfTheScope) {
     RWLock lock;
     {
         const ScopedReadRWLock held(lock);
-        EXPECT_EQ("rwlock 1, waiting writers 0", textOf(lock));
+        EXPECT_EQ("rwlock 1, waiting writers 0", printed(lock));
     }
     {
         const ScopedWriteRWLock held(lock);
-        EXPECT_EQ("rwlock -1, waiting writers 0", textOf(lock));
+        EXPECT_EQ("rwlock -1, waiting writers 0", printed(lock));
     }
-    EXPECT_EQ("rwlock 0, waiting writers 0", textOf(lock));
+    EXPECT_EQ("rwlock 0, waiting writers 0", printed(lock));
 }
 
 }  // namespace

@@ -1,15 +1,13 @@
 #include "PosixSeam.h"
 
+#include "support/Threads.h"
+
 #include <array>
 #include <atomic>
 #include <cerrno>
-#include <chrono>
 #include <cmath>
 #include <condition_variable>
 #include <ctime>
-#include <filesystem>
-#include <fstream>
-#include <iterator>
 #include <mutex>
 #include <pthread.h>
 #include <thread>
@@ -60,17 +58,11 @@ long secondsUntil(const timespec& deadline) {
 /// Timed waits that go on now and aren't held.
 std::atomic<std::size_t> realWaits{0};
 
-std::size_t threadsInAll() {
-    std::error_code error;
-    const std::filesystem::directory_iterator tasks("/proc/self/task", error);
-    return static_cast<std::size_t>(std::distance(tasks, std::filesystem::directory_iterator()));
-}
-
 /// Those that are there without any test: the main thread, and a sanitizer's own, which comes with the first
 /// thread that is made.
 const std::size_t threadsAtStart = [] {
     std::thread([] {}).join();
-    return threadsInAll();
+    return threadStates().size();
 }();
 
 /// Waits as HeldTimedWaits says; `locked` is released meanwhile. False when waits aren't held.
@@ -164,19 +156,6 @@ void CountedTimedWaits::awaitCalls(std::size_t waits) const {
     hold().changed.wait(lock, [&] { return hold().begun - before_ >= waits; });
 }
 
-std::size_t threadsNamed(const std::string& name) {
-    std::size_t count = 0;
-    std::error_code error;
-    for (const auto& entry : std::filesystem::directory_iterator("/proc/self/task", error)) {
-        std::ifstream file(entry.path() / "comm");
-        std::string line;
-        if (std::getline(file, line) && line == name) {
-            ++count;
-        }
-    }
-    return count;
-}
-
 std::string osThreadName() {
     std::array<char, 16> name{};
     pthread_getname_np(pthread_self(), name.data(), name.size());
@@ -184,25 +163,7 @@ std::string osThreadName() {
 }
 
 bool awaitThreadsAtRest() {
-    const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(10);
-    while (threadsInAll() > threadsAtStart + realWaits) {
-        if (std::chrono::steady_clock::now() > end) {
-            return false;
-        }
-        std::this_thread::sleep_for(std::chrono::milliseconds(1));
-    }
-    return true;
-}
-
-bool awaitThreadsNamed(const std::string& name, std::size_t threads) {
-    const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(10);
-    while (threadsNamed(name) != threads) {
-        if (std::chrono::steady_clock::now() > end) {
-            return false;
-        }
-        std::this_thread::sleep_for(std::chrono::milliseconds(1));
-    }
-    return true;
+    return awaitThreads([] { return threadStates().size() <= threadsAtStart + realWaits; });
 }
 
 // The linker prescribes these names.

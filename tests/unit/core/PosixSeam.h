@@ -66,14 +66,10 @@ private:
     std::size_t before_;
 };
 
-/// How many threads of this process the system knows under that name (at most 15 characters).
-std::size_t threadsNamed(const std::string& name);
 /// The name of the calling thread, as the system knows it.
 std::string osThreadName();
 /// Returns when every thread that came since the start has ended or is in a timed wait; false when that takes
 /// longer than 10 seconds.
 bool awaitThreadsAtRest();
-/// Returns when there are so many threads of that name; false when that takes longer than 10 seconds.
-bool awaitThreadsNamed(const std::string& name, std::size_t threads);
 
 }  // namespace zeb::test

@@ -1,6 +1,7 @@
 #include "core/BlockingTask.h"
 #include "core/Event.h"
 #include "core/Task.h"
+#include "support/Threads.h"
 
 #include <cstddef>
 #include <memory>
@@ -80,7 +81,8 @@ TEST(BlockingTaskTest, ItRunsTheWrappedTaskOnceAndThenLetsTheWaiterGo) {
         EXPECT_EQ(1, wrapped->runs);
         passed.set();
     });
-    EXPECT_FALSE(passed.timedWait(20));
+    EXPECT_TRUE(awaitOthersAsleep());
+    EXPECT_FALSE(passed.timedWait(0));
     task.execute();
     EXPECT_TRUE(passed.wait());
     waiter.join();

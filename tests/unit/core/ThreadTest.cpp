@@ -3,6 +3,7 @@
 #include "core/Runnable.h"
 #include "core/Thread.h"
 #include "core/ThreadNameSetter.h"
+#include "support/Threads.h"
 
 #include <cerrno>
 #include <chrono>
@@ -231,7 +232,7 @@ TEST(ThreadTest, AnEndedThreadMayBeStartedAgain) {
         if (i == 1) {
             EXPECT_EQ(0, thread.join());
         }
-        while (thread.isRunning()) {
+        while (thread.isRunning()) {  // nothing else tells of the end
             Thread::sleep(1);
         }
         gate.left.reset();
@@ -262,7 +263,7 @@ TEST(ThreadTest, AnEndedThreadNeedNotBeJoined) {
     {
         Thread thread("Unjoined");
         thread.start(gate);
-        while (thread.isRunning()) {
+        while (thread.isRunning()) {  // nothing else tells of the end
             Thread::sleep(1);
         }
     }
@@ -285,7 +286,7 @@ TEST(ThreadTest, ManyShortThreadsAreNeverSeenRunningAfterTheirEnd) {
 
 TEST(ThreadTest, SleepLastsAtLeastAsLongAsAsked) {
     const auto before = std::chrono::steady_clock::now();
-    Thread::sleep(15);
+    Thread::sleep(15);  // real time is what is tested
     EXPECT_GE(std::chrono::steady_clock::now() - before, std::chrono::milliseconds(15));
     Thread::sleep(0);
 }

@@ -2,6 +2,7 @@
 #include "dnsutils/DnsUtilsImpl.h"
 #include "dnsutils/src/ResolverSettings.h"
 #include "support/LoopbackDnsServer.h"
+#include "support/Printed.h"
 
 #include <arpa/inet.h>
 #include <atomic>
@@ -9,6 +10,7 @@
 #include <chrono>
 #include <cstddef>
 #include <cstdint>
+#include <future>
 #include <linux/filter.h>
 #include <linux/seccomp.h>
 #include <memory>
@@ -43,17 +45,12 @@ using testing::SizeIs;
 using zeb::test::DnsAnswer;
 using zeb::test::DnsQuestion;
 using zeb::test::LoopbackDnsServer;
+using zeb::test::printed;
 using Clock = std::chrono::steady_clock;
 using Result = DnsQueryResult::Result;
 
 constexpr char SERVICE[] = "_edge._tls.corp.example";
 constexpr char HOST[] = "host.corp.example.";
-
-std::string text(const ServiceResourceRecord& record) {
-    std::ostringstream stream;
-    stream << record;
-    return stream.str();
-}
 
 /// A server's answer to everything; nothing: silence.
 class DnsUtilsTest : public testing::Test {
@@ -78,7 +75,7 @@ protected:
     std::vector<std::string> services() const {
         std::vector<std::string> texts;
         for (const auto& record : services_) {
-            texts.push_back(text(record));
+            texts.push_back(printed(record));
         }
         return texts;
     }
@@ -398,15 +395,17 @@ TEST_F(DnsUtilsTest, ManySilentServersTakeNoLongerThanOne) {
 }
 
 TEST_F(DnsUtilsTest, ATimeOutOverTcpIsATimeOut) {
-    serve([](const DnsQuestion& question) -> std::optional<std::string> {
+    std::promise<void> over;
+    serve([isOver = over.get_future().share()](const DnsQuestion& question) -> std::optional<std::string> {
         if (question.overTcp) {
-            std::this_thread::sleep_for(milliseconds(300));
+            isOver.wait();
             return std::nullopt;
         }
         return DnsAnswer(question).truncated().bytes();
     });
     DnsUtils::setTimeout(milliseconds(150));
     EXPECT_EQ(queryServices(), DnsQueryResult::TIME_OUT);
+    over.set_value();
 }
 
 TEST_F(DnsUtilsTest, NonsenseInPlaceOfRecordsIsAFailureOfTheServer) {
@@ -580,6 +579,7 @@ TEST_F(DnsUtilsTest, NoSocketRaisesASignalOrIsInherited) {
 TEST_F(DnsUtilsTest, ATimeOfZeroOrLessBringsTheUsualFiveSecondsBack) {
     EXPECT_EQ(ResolverSettings().timeout, std::chrono::seconds(5));
     serve([](const DnsQuestion& question) {
+        // Real time is what is set here: longer than the 20 ms.
         std::this_thread::sleep_for(milliseconds(150));
         return DnsAnswer(question).srv(1, 1, 1, "edge.corp.example", 1).bytes();
     });

@@ -1,17 +1,12 @@
 #include "edge/EdgeConfigRequest.h"
-
-#include <sstream>
+#include "support/Printed.h"
 
 #include <gtest/gtest.h>
 
 namespace zeb::edge::test {
 namespace {
 
-std::string printed(EdgeConfigRequest::Result result) {
-    std::ostringstream text;
-    text << result;
-    return text.str();
-}
+using zeb::test::printed;
 
 TEST(EdgeConfigRequestTest, EveryResultPrintsItsName) {
     const std::pair<EdgeConfigRequest::Result, const char*> rows[] = {

@@ -1,19 +1,14 @@
 #include "edge/GlobalEdgeState.h"
-
-#include <sstream>
+#include "support/Printed.h"
 
 #include <gtest/gtest.h>
 
 namespace zeb::edge::test {
 namespace {
 
-using TerminateResult = GlobalEdgeState::TerminateEdgeSessionResult;
+using zeb::test::printed;
 
-std::string printed(TerminateResult::Result result) {
-    std::ostringstream text;
-    text << result;
-    return text.str();
-}
+using TerminateResult = GlobalEdgeState::TerminateEdgeSessionResult;
 
 TEST(TerminateEdgeSessionResultTest, EveryValuePrintsItsNameButTheUnavailableConfiguration) {
     const std::pair<TerminateResult::Result, const char*> rows[] = {

@@ -1,14 +1,11 @@
 #include "BasicHttpClientTestSupport.h"
 #include "http/HttpClientData.h"
+#include "support/TestFiles.h"
 
 #include <atomic>
-#include <cstdio>
-#include <fstream>
 #include <pthread.h>
 #include <set>
-#include <sstream>
 #include <thread>
-#include <unistd.h>
 
 #include <gtest/gtest.h>
 
@@ -16,31 +13,7 @@ namespace zeb::http::test {
 namespace {
 
 using common::Policy;
-
-/// A file of its own for each test, gone with the test.
-class TemporaryFile {
-public:
-    explicit TemporaryFile(const std::string& content = "") {
-        std::string pattern = testing::TempDir() + "zeb-client-XXXXXX";
-        const int descriptor = mkstemp(pattern.data());
-        close(descriptor);
-        path_ = pattern;
-        std::ofstream(path_, std::ios::binary) << content;
-    }
-    ~TemporaryFile() { std::remove(path_.c_str()); }
-    TemporaryFile(const TemporaryFile&) = delete;
-    TemporaryFile& operator=(const TemporaryFile&) = delete;
-
-    const std::string& path() const { return path_; }
-    std::string content() const {
-        std::ostringstream text;
-        text << std::ifstream(path_, std::ios::binary).rdbuf();
-        return text.str();
-    }
-
-private:
-    std::string path_;
-};
+using zeb::test::TemporaryFile;
 
 class BasicHttpClientAsyncTest : public testing::Test {
 protected:

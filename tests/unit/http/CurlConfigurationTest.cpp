@@ -7,7 +7,10 @@
 #include "http/HttpClientListener.h"
 #include "http/Proxy.h"
 #include "http/VerificationLabel.h"
+#include "support/TestFiles.h"
 #include "unit/http/CurlSeam.h"
+
+#include <unistd.h>
 
 namespace zeb::http::test {
 namespace {
@@ -15,6 +18,7 @@ namespace {
 using testing::ElementsAre;
 using testing::IsEmpty;
 using testing::Optional;
+using zeb::test::TemporaryFile;
 
 class QuietListener : public HttpClientListener {
 public:

@@ -8,15 +8,13 @@
 #include "http/Request.h"
 #include "support/CurlOptionSpy.h"
 #include "support/LogCapture.h"
+#include "support/TestFiles.h"
 
 #include <algorithm>
 #include <cstdlib>
-#include <fstream>
-#include <iterator>
 #include <memory>
 #include <optional>
 #include <string>
-#include <unistd.h>
 #include <vector>
 
 #include <curl/curl.h>
@@ -43,31 +41,6 @@ public:
     ~LeftBehindForm() { ZEB_TEST_LEAK(enable); }
     LeftBehindForm(const LeftBehindForm&) = delete;
     LeftBehindForm& operator=(const LeftBehindForm&) = delete;
-};
-
-/// A file of its own, gone at the end.
-class TemporaryFile {
-public:
-    explicit TemporaryFile(const std::string& content) {
-        char name[] = "/tmp/zeb-configuration-XXXXXX";
-        const int descriptor = ::mkstemp(name);
-        EXPECT_GE(descriptor, 0);
-        ::close(descriptor);
-        path_ = name;
-        std::ofstream(path_, std::ios::binary) << content;
-    }
-    ~TemporaryFile() { ::unlink(path_.c_str()); }
-    TemporaryFile(const TemporaryFile&) = delete;
-    TemporaryFile& operator=(const TemporaryFile&) = delete;
-
-    const std::string& path() const { return path_; }
-    std::string content() const {
-        std::ifstream stream(path_, std::ios::binary);
-        return {std::istreambuf_iterator<char>(stream), {}};
-    }
-
-private:
-    std::string path_;
 };
 
 inline std::vector<std::string> linesOf(const curl_slist* list) {

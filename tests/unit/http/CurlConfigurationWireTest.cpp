@@ -1,9 +1,9 @@
 #include "BasicHttpClientTestSupport.h"
 #include "CurlConfigurationTestSupport.h"
-#include "TransferFiles.h"
 #include "common/Cookie.h"
 #include "http/MultiformPart.h"
 #include "http/Proxy.h"
+#include "support/TestFiles.h"
 
 namespace zeb::http::test {
 namespace {
@@ -13,6 +13,8 @@ using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::IsEmpty;
 using testing::Not;
+using zeb::test::TemporaryFile;
+using zeb::test::TestFolder;
 
 constexpr int ERROR = ZEBLOG_ERROR;
 

@@ -1,19 +1,14 @@
 #include "http/EdgeTransformer.h"
-
-#include <sstream>
+#include "support/Printed.h"
 
 #include <gtest/gtest.h>
 
 namespace zeb::http::test {
 namespace {
 
-using TransformResult = EdgeTransformer::TransformRequestResult;
+using zeb::test::printed;
 
-std::string printed(TransformResult::Result result) {
-    std::ostringstream text;
-    text << result;
-    return text.str();
-}
+using TransformResult = EdgeTransformer::TransformRequestResult;
 
 TEST(EdgeTransformerTest, EveryResultPrintsItsNameButTheThreeThatHaveNone) {
     const std::pair<TransformResult::Result, const char*> rows[] = {

@@ -6,6 +6,7 @@
 #include "http/MultiHttpClientData.h"
 #include "http/Request.h"
 #include "support/LogCapture.h"
+#include "support/Threads.h"
 #include "unit/http/MockEdgeTransformer.h"
 
 #include <atomic>
@@ -21,9 +22,6 @@ namespace {
 using ::testing::NotNull;
 using zeb::test::LogCapture;
 
-/// How long a test looks for something that must not happen: a thread that gets the handle too early.
-constexpr std::chrono::milliseconds GLANCE{30};
-
 std::shared_ptr<HttpRequestData> newRun() {
     return std::make_shared<HttpRequestData>(std::make_shared<Request>("https://host/"), nullptr);
 }
@@ -36,8 +34,10 @@ protected:
                           [client = client, run] { client->provideEasyCURLConnection(*run); });
     }
 
+    /// False when it has got the handle.
     static bool waits(const std::future<void>& asked) {
-        return asked.wait_for(GLANCE) == std::future_status::timeout;
+        return zeb::test::awaitOthersAsleep() &&
+               asked.wait_for(std::chrono::seconds(0)) == std::future_status::timeout;
     }
 
     const std::shared_ptr<HttpClientData> client = HttpClientData::build(nullptr, nullptr);

@@ -1,17 +1,12 @@
 #include "http/HttpClientError.h"
-
-#include <sstream>
+#include "support/Printed.h"
 
 #include <gtest/gtest.h>
 
 namespace zeb::http::test {
 namespace {
 
-std::string printed(HttpClientError::Error error) {
-    std::ostringstream text;
-    text << error;
-    return text.str();
-}
+using zeb::test::printed;
 
 TEST(HttpClientErrorTest, EveryValuePrintsItsName) {
     const std::pair<HttpClientError::Error, const char*> rows[] = {

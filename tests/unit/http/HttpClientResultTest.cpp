@@ -1,17 +1,12 @@
 #include "http/HttpClientResult.h"
-
-#include <sstream>
+#include "support/Printed.h"
 
 #include <gtest/gtest.h>
 
 namespace zeb::http::test {
 namespace {
 
-std::string printed(HttpClientResult::Result result) {
-    std::ostringstream text;
-    text << result;
-    return text.str();
-}
+using zeb::test::printed;
 
 TEST(HttpClientResultTest, EveryValuePrintsItsNameButTheTwoThatHaveNone) {
     const std::pair<HttpClientResult::Result, const char*> rows[] = {

@@ -52,6 +52,7 @@ TEST(MultiCurlConnectionTest, AVisitorWaitsForOneTurnOfTheDrivingThreadAtMost) {
             connection.giveWay();
             const ScopedLock lock(connection.getMutex());
             ++turns;
+            // A turn takes its time: the visitors find the mutex taken.
             std::this_thread::sleep_for(std::chrono::microseconds(200));
         }
         connection.stopDriving();

@@ -1,10 +1,10 @@
 #include "unit/http/MultiCurlSeam.h"
 
 #include "core/Event.h"
-#include "core/ScopedLock.h"
 
 #include <algorithm>
 #include <cerrno>
+#include <chrono>
 #include <pthread.h>
 
 #include <curl/curl.h>
@@ -25,12 +25,18 @@ bool useUp(std::atomic<int>& count) {
 
 struct MultiCurlSeamCalls {
     static void noteWait(MultiCurlSeam& at, int milliseconds) {
-        const ScopedLock lock(at.mutex_);
+        const std::lock_guard<std::mutex> lock(at.mutex_);
         at.waits_.push_back(milliseconds);
     }
+    static void noteLength(MultiCurlSeam& at, long ms) {
+        const std::lock_guard<std::mutex> lock(at.mutex_);
+        at.lastWaitMs_ = ms;
+        at.waited_.notify_all();
+    }
     static void noteIdle(MultiCurlSeam& at, long milliseconds) {
-        const ScopedLock lock(at.mutex_);
+        const std::lock_guard<std::mutex> lock(at.mutex_);
         at.idleTimes_.push_back(milliseconds);
+        at.waited_.notify_all();
     }
 };
 
@@ -43,13 +49,23 @@ MultiCurlSeam::~MultiCurlSeam() {
 }
 
 std::vector<int> MultiCurlSeam::waits() const {
-    const ScopedLock lock(mutex_);
+    const std::lock_guard<std::mutex> lock(mutex_);
     return waits_;
 }
 
 std::vector<long> MultiCurlSeam::idleTimes() const {
-    const ScopedLock lock(mutex_);
+    const std::lock_guard<std::mutex> lock(mutex_);
     return idleTimes_;
+}
+
+bool MultiCurlSeam::awaitWaitOf(long ms) const {
+    std::unique_lock<std::mutex> lock(mutex_);
+    return waited_.wait_for(lock, std::chrono::seconds(10), [&] { return lastWaitMs_ > ms; });
+}
+
+bool MultiCurlSeam::awaitIdleWaits(std::size_t count) const {
+    std::unique_lock<std::mutex> lock(mutex_);
+    return waited_.wait_for(lock, std::chrono::seconds(10), [&] { return idleTimes_.size() >= count; });
 }
 
 }  // namespace zeb::http::test
@@ -117,7 +133,7 @@ CURLMcode __wrap_curl_multi_wait(CURLM* multi, curl_waitfd* extra, unsigned int 
         ms = std::min(ms, at->longestWaitMs.load());
         long timer = -1;
         curl_multi_timeout(multi, &timer);
-        at->lastWaitMs = timer < 0 ? ms : std::min<long>(ms, timer);
+        MultiCurlSeamCalls::noteLength(*at, timer < 0 ? ms : std::min<long>(ms, timer));
     }
     return __real_curl_multi_wait(multi, extra, count, ms, ready);
 }
@@ -150,7 +166,6 @@ bool __wrap__ZN3zeb5Event9timedWaitEl(zeb::Event* event, long milliseconds) {
         if (milliseconds == at->expiringLengthMs) {
             return false;
         }
-        ++at->idleWaits;
         if (useUp(at->expiringIdleWaits)) {
             return false;
         }

@@ -1,8 +1,9 @@
 #pragma once
 
-#include "core/Mutex.h"
-
 #include <atomic>
+#include <condition_variable>
+#include <cstddef>
+#include <mutex>
 #include <vector>
 
 /// Stands between the multi client and libcurl's multi interface, its idle wait and the start of its threads,
@@ -31,20 +32,23 @@ public:
     std::atomic<int> adds{0};
     std::atomic<int> removes{0};
     std::atomic<int> performs{0};
-    std::atomic<int> idleWaits{0};
-    /// How long the wait for the network that was begun last goes on while nothing comes: libcurl may have a
-    /// timer that ends it earlier than it was asked for.
-    std::atomic<long> lastWaitMs{0};
     /// What the waits of both kinds were asked for, in milliseconds. Among the idle times are all timed waits
     /// for an event, whoever waits.
     std::vector<int> waits() const;
     std::vector<long> idleTimes() const;
+    /// Returns when so many idle waits have begun; false when that takes longer than 10 seconds.
+    bool awaitIdleWaits(std::size_t count) const;
+    /// Returns when the wait for the network that was begun last goes on for longer than that while nothing
+    /// comes; libcurl may have a timer that ends it earlier than it was asked for. False as above.
+    bool awaitWaitOf(long ms) const;
 
 private:
     friend struct MultiCurlSeamCalls;
-    mutable Mutex mutex_;  ///< guards what follows
+    mutable std::mutex mutex_;  ///< guards what follows
+    mutable std::condition_variable waited_;
     std::vector<int> waits_;
     std::vector<long> idleTimes_;
+    long lastWaitMs_ = 0;
 };
 
 }  // namespace zeb::http::test

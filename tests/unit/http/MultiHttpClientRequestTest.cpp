@@ -143,9 +143,9 @@ TEST_F(MultiHttpClientRequestTest, ThePoolHasAsManyThreadsAsItWasTold) {
     resolver_->whenAsked = [&] { gate.wait(); };
     client();
     EXPECT_EQ(MANY - seam_.failingThread, 2) << "one of the pool, and the driving one";
-    for (int held = 1; held <= 2; ++held) {
+    for (std::size_t held = 1; held <= 2; ++held) {
         ASSERT_EQ(enqueue("http://slow.invalid/"), HttpClientError::SUCCESS);
-        ASSERT_TRUE(eventually([&] { return resolver_->questions == held; }));
+        ASSERT_TRUE(gate.waitUntilReached(LoopbackServer::PATIENCE, held));
     }
     for (int i = 0; i < 3; ++i) {
         ASSERT_EQ(enqueue("http://slow.invalid/"), HttpClientError::SUCCESS);

@@ -6,11 +6,9 @@
 #include "unit/http/MultiCurlSeam.h"
 
 #include <atomic>
-#include <chrono>
 #include <functional>
 #include <memory>
 #include <string>
-#include <thread>
 
 #include <gtest/gtest.h>
 
@@ -31,18 +29,6 @@ public:
         return answer;
     }
 };
-
-/// Something that is to become true on another thread; false after ten seconds.
-inline bool eventually(const std::function<bool()>& condition) {
-    const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(10);
-    while (!condition()) {
-        if (std::chrono::steady_clock::now() > end) {
-            return false;
-        }
-        std::this_thread::sleep_for(std::chrono::milliseconds(1));
-    }
-    return true;
-}
 
 inline Reply silent(const LoopbackServer::Request&) {
     return Reply::silence();

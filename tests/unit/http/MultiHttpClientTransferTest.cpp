@@ -371,7 +371,7 @@ TEST_F(MultiHttpClientTransferTest, AFailedWaitBeginsTheRoundAnew) {
     startSilentTransfer();
     ASSERT_TRUE(log.waitFor("]  Current running handles: 1"));
     seam_.failingWaits = 1;
-    EXPECT_TRUE(eventually([&] { return log.count("]  Current running handles: 1") == 2; }));
+    EXPECT_TRUE(log.waitFor("]  Current running handles: 1", LoopbackServer::PATIENCE, 2));
     EXPECT_EQ(log.count("curl_multi_wait() did not return successfully."), 1U);
 }
 
@@ -398,7 +398,7 @@ TEST_F(MultiHttpClientTransferTest, ACodeOfPerformIsLoggedByItsNameAndDecidesNot
 TEST_F(MultiHttpClientTransferTest, AMessageOfAnotherKindIsLoggedAndPassedOver) {
     LoopbackServer server(hello);
     client();
-    ASSERT_TRUE(eventually([&] { return seam_.idleWaits == 1; }));
+    ASSERT_TRUE(seam_.awaitIdleWaits(1));
     const LogCapture log;
     seam_.oddMessages = 1;
     ASSERT_EQ(enqueue(server.url("/")), HttpClientError::SUCCESS);
@@ -493,7 +493,7 @@ TEST_F(MultiHttpClientTransferTest, RequestsHeldUpInThePoolDontHoldUpTheTransfer
 
 TEST_F(MultiHttpClientTransferTest, TheEndDoesntWaitForSilentTransfersWithOrWithoutAListener) {
     startSilentTransfer();
-    ASSERT_TRUE(eventually([&] { return seam_.lastWaitMs > 10000; }));
+    ASSERT_TRUE(seam_.awaitWaitOf(10000));
     // In front of the transfer above, under a wait of 20 seconds: joins at the client's end or never.
     ASSERT_EQ(enqueue(makeRequest(silentServer_.url("/no-listener"))), HttpClientError::SUCCESS);
     const LogCapture log;
@@ -503,12 +503,12 @@ TEST_F(MultiHttpClientTransferTest, TheEndDoesntWaitForSilentTransfersWithOrWith
     EXPECT_TRUE(silentListener_->waitFor(0).empty());
     EXPECT_TRUE(silentServer_.waitForEnded(1));
     // The one in front may still be in the pool.
-    EXPECT_TRUE(eventually([&] { return log.count("returning borrowed EasyCURLConnection") == 2; }));
+    EXPECT_TRUE(log.waitFor("returning borrowed EasyCURLConnection", LoopbackServer::PATIENCE, 2));
 }
 
 TEST_F(MultiHttpClientTransferTest, ARequestUnderASilentWaitIsLostAtTheEnd) {
     startSilentTransfer();
-    ASSERT_TRUE(eventually([&] { return seam_.lastWaitMs > 10000; }));
+    ASSERT_TRUE(seam_.awaitWaitOf(10000));
     ASSERT_EQ(enqueue(silentServer_.url("/too-late")), HttpClientError::SUCCESS);
     client_.reset();
     EXPECT_EQ(listener_->wait().result, HttpClientResult::REQUEST_LOST);
@@ -546,9 +546,9 @@ TEST_F(MultiHttpClientTransferTest, ARequestStillInThePoolAtTheEndIsLost) {
 TEST_F(MultiHttpClientTransferTest, ARequestThatHasNotBegunInThePoolAtTheEndIsLostWithoutAQuestionToDns) {
     LoopbackServer::Gate gate;
     resolver_->whenAsked = [&] { gate.wait(); };
-    for (int held = 1; held <= 2; ++held) {
+    for (std::size_t held = 1; held <= 2; ++held) {
         ASSERT_EQ(enqueue("http://slow.invalid/"), HttpClientError::SUCCESS);
-        ASSERT_TRUE(eventually([&] { return resolver_->questions == held; }));
+        ASSERT_TRUE(gate.waitUntilReached(LoopbackServer::PATIENCE, held));
     }
     ASSERT_EQ(enqueue("http://slow.invalid/"), HttpClientError::SUCCESS);
     client_.reset();

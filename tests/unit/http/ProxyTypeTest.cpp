@@ -1,6 +1,6 @@
 #include "http/ProxyType.h"
+#include "support/Printed.h"
 
-#include <sstream>
 #include <string>
 
 #include <gtest/gtest.h>
@@ -8,11 +8,11 @@
 namespace zeb::http::test {
 namespace {
 
+using zeb::test::printed;
+
 template <typename T>
 std::string print(int number) {
-    std::ostringstream stream;
-    stream << static_cast<T>(number);
-    return stream.str();
+    return printed(static_cast<T>(number));
 }
 
 TEST(ProxyTypeTest, EveryTypeHasItsNumberAndItsText) {

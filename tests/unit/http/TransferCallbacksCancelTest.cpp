@@ -1,6 +1,6 @@
 #include "BasicHttpClientTestSupport.h"
-#include "TransferFiles.h"
 #include "http/Proxy.h"
+#include "support/TestFiles.h"
 
 #include <atomic>
 #include <chrono>
@@ -14,6 +14,7 @@ namespace zeb::http::test {
 namespace {
 
 using Gate = LoopbackServer::Gate;
+using zeb::test::TestFolder;
 
 /// Cancels a request from within the library: at the moment in which a log line with that text is written, on
 /// the thread and in the very callback that writes it.

@@ -1,8 +1,10 @@
 #include "BasicHttpClientTestSupport.h"
-#include "TransferFiles.h"
+#include "support/TestFiles.h"
 
+#include <csignal>
 #include <fcntl.h>
 #include <functional>
+#include <spawn.h>
 #include <string>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -11,6 +13,8 @@
 
 namespace zeb::http::test {
 namespace {
+
+using zeb::test::TestFolder;
 
 /// Downloads and uploads of real files, with a server on loopback.
 class TransferFileTest : public testing::Test {
@@ -153,14 +157,9 @@ TEST_F(TransferFileTest, AReadOnlyTargetIsRefusedBeforeAnythingIsSent) {
     const std::string program = folder_.path("program");
     std::filesystem::copy_file("/bin/sleep", program, error);
     ASSERT_FALSE(error) << error.message();
-    const pid_t child = fork();
-    if (child == 0) {
-        execl(program.c_str(), "sleep", "60", nullptr);
-        _exit(127);
-    }
-    while (TestFolder::read("/proc/" + std::to_string(child) + "/cmdline").rfind("sleep", 0) != 0) {
-        usleep(1000);
-    }
+    char* const arguments[] = {const_cast<char*>("sleep"), const_cast<char*>("60"), nullptr};
+    pid_t child = -1;
+    ASSERT_EQ(posix_spawn(&child, program.c_str(), nullptr, nullptr, arguments, nullptr), 0) << "it runs now";
     LoopbackServer server(answering(200, "content"));
     EXPECT_EQ(download(server.url("/"), program).result, HttpClientResult::HTTP_CONFIGURATION_ERROR);
     EXPECT_EQ(server.connections(), 0U);

@@ -1,9 +1,9 @@
 #include "BasicHttpClientTestSupport.h"
-#include "TransferFiles.h"
 #include "http/MultiformPart.h"
 #include "http/Proxy.h"
 #include "support/CurlOptionSpy.h"
 #include "support/Sockets.h"
+#include "support/TestFiles.h"
 
 #include <functional>
 #include <netinet/in.h>
@@ -22,6 +22,8 @@
 
 namespace zeb::http::test {
 namespace {
+
+using zeb::test::TestFolder;
 
 struct Environment;
 

@@ -1,10 +1,10 @@
 #include "BasicHttpClientTestSupport.h"
-#include "TransferFiles.h"
 #include "http/CurlHttpUtils.h"
 #include "http/EasyCURLConnection.h"
 #include "http/HttpClientData.h"
 #include "http/SslUtils.h"
 #include "support/FakeCertVerifier.h"
+#include "support/TestFiles.h"
 #include "unit/http/CurlSeam.h"
 
 #include <cstdint>
@@ -18,6 +18,8 @@
 
 namespace zeb::http::test {
 namespace {
+
+using zeb::test::TestFolder;
 
 /// A request at the point at which libcurl calls back, without libcurl.
 class TransferCallbacksTest : public testing::Test {

@@ -1,9 +1,9 @@
 #include "BasicHttpClientTestSupport.h"
-#include "TransferFiles.h"
 #include "http/Proxy.h"
 #include "support/HeldResolver.h"
 #include "support/ProxyHost.h"
 #include "support/Sockets.h"
+#include "support/TestFiles.h"
 
 #include <functional>
 #include <string>
@@ -19,6 +19,7 @@ namespace {
 
 using Gate = LoopbackServer::Gate;
 using zeb::test::HeldResolver;
+using zeb::test::TestFolder;
 
 constexpr std::size_t CANCELLERS = 3;
 constexpr char RIGHT[] = "Basic dXNlcjpyaWdodA==";  // user:right

@@ -6,8 +6,8 @@
 #include "http/Proxy.h"
 #include "http/TransferTrace.h"
 #include "support/AllocationCounter.h"
+#include "support/Printed.h"
 
-#include <sstream>
 #include <string>
 #include <tuple>
 
@@ -20,26 +20,25 @@ namespace {
 using Phases = CurlHttpUtils::RequestPhase;
 using Phase = Phases::Phase;
 using zeb::test::AllocationCounter;
+using zeb::test::printed;
 
-std::string printed(int type) {
-    std::ostringstream stream;
-    stream << CurlInfoType{type};
-    return stream.str();
+std::string printedType(int type) {
+    return printed(CurlInfoType{type});
 }
 
 TEST(CurlInfoTypeTest, EachKindPrintsItsName) {
-    EXPECT_EQ(printed(CURLINFO_TEXT), "TEXT");
-    EXPECT_EQ(printed(CURLINFO_HEADER_IN), "HEADER_IN");
-    EXPECT_EQ(printed(CURLINFO_HEADER_OUT), "HEADER_OUT");
-    EXPECT_EQ(printed(CURLINFO_DATA_IN), "DATA_IN");
-    EXPECT_EQ(printed(CURLINFO_DATA_OUT), "DATA_OUT");
-    EXPECT_EQ(printed(CURLINFO_SSL_DATA_IN), "SSL_DATA_IN");
-    EXPECT_EQ(printed(CURLINFO_SSL_DATA_OUT), "SSL_DATA_OUT");
+    EXPECT_EQ(printedType(CURLINFO_TEXT), "TEXT");
+    EXPECT_EQ(printedType(CURLINFO_HEADER_IN), "HEADER_IN");
+    EXPECT_EQ(printedType(CURLINFO_HEADER_OUT), "HEADER_OUT");
+    EXPECT_EQ(printedType(CURLINFO_DATA_IN), "DATA_IN");
+    EXPECT_EQ(printedType(CURLINFO_DATA_OUT), "DATA_OUT");
+    EXPECT_EQ(printedType(CURLINFO_SSL_DATA_IN), "SSL_DATA_IN");
+    EXPECT_EQ(printedType(CURLINFO_SSL_DATA_OUT), "SSL_DATA_OUT");
 }
 
 TEST(CurlInfoTypeTest, AnotherNumberPrintsAsUnexpected) {
-    EXPECT_EQ(printed(CURLINFO_END), "Unexpected value (7)");
-    EXPECT_EQ(printed(-1), "Unexpected value (-1)");
+    EXPECT_EQ(printedType(CURLINFO_END), "Unexpected value (7)");
+    EXPECT_EQ(printedType(-1), "Unexpected value (-1)");
 }
 
 // --- the phases

@@ -2,7 +2,6 @@
 #include "cert/common/CertCacheInterface.h"
 #include "cert/common/CertStatus.h"
 #include "cert/common/CertVerifier.h"
-#include "cert/common/PlatformCertVerifier.h"
 #include "http/BasicHttpClientImpl.h"
 #include "http/CurlHttpUtils.h"
 #include "http/EasyCURLConnection.h"
@@ -18,6 +17,7 @@
 #include "support/CertificateBuilder.h"
 #include "support/CurlOptionSpy.h"
 #include "support/FakeCertVerifier.h"
+#include "support/FakePlatform.h"
 #include "support/LoopbackServer.h"
 #include "support/TunnelProxy.h"
 
@@ -36,6 +36,7 @@ namespace {
 using zeb::test::CertificateBuilder;
 using zeb::test::CurlOptionSpy;
 using zeb::test::FakeCertVerifier;
+using zeb::test::FakePlatform;
 using zeb::test::IssuedCertificate;
 using zeb::test::LoopbackServer;
 using zeb::test::RefusedPort;
@@ -119,17 +120,6 @@ TEST(VerificationLabelTest, WhatWasTrustedBeforeDecisionsWereForgottenHasAnother
 
 // What comes of it on the wire
 
-/// Trusts every chain, so that the names alone decide.
-class TrustingPlatform : public cert::PlatformCertVerifier {
-public:
-    std::set<cert::CertStatus::Status> verifyCertificate(const x509_st*) override {
-        return {cert::CertStatus::VALID};
-    }
-    std::set<cert::CertStatus::Status> verifyCertificate(const x509_store_ctx_st*) override {
-        return {cert::CertStatus::VALID};
-    }
-};
-
 LoopbackServer::Options presenting(const std::vector<std::string>& names) {
     // libcurl itself refuses a certificate whose issuer has no name at all.
     const IssuedCertificate certificate = CertificateBuilder().commonName("A server").dnsNames(names).build();
@@ -145,7 +135,7 @@ LoopbackServer::Reply hello(const LoopbackServer::Request& request) {
 
 std::shared_ptr<CertVerifier> namesAlone() {
     return std::make_shared<netutils::adapters::HttpCertAdapter>(
-        std::make_shared<cert::CertVerifier>(std::make_shared<TrustingPlatform>()));
+        std::make_shared<cert::CertVerifier>(std::make_shared<FakePlatform>()));
 }
 
 std::shared_ptr<Request> expecting(const std::string& url, const std::vector<std::string>& identities) {
@@ -312,15 +302,7 @@ TEST_F(KeptConnectionTest, AConnectionToAProxyOverTlsIsLentToNoRequestOfOtherNam
 
 // What was trusted can be taken back
 
-class UntrustingPlatform : public cert::PlatformCertVerifier {
-public:
-    std::set<cert::CertStatus::Status> verifyCertificate(const x509_st*) override {
-        return {cert::CertStatus::UNKNOWN};
-    }
-    std::set<cert::CertStatus::Status> verifyCertificate(const x509_store_ctx_st*) override {
-        return {cert::CertStatus::UNKNOWN};
-    }
-};
+const FakePlatform::Statuses UNTRUSTED = {cert::CertStatus::UNKNOWN};
 
 class WithdrawnTrustTest : public testing::Test {
 protected:
@@ -335,7 +317,7 @@ protected:
 
     LoopbackServer server_{hello, presenting({"localhost"})};
     const std::shared_ptr<cert::CertVerifier> verifier_ =
-        std::make_shared<cert::CertVerifier>(std::make_shared<UntrustingPlatform>());
+        std::make_shared<cert::CertVerifier>(std::make_shared<FakePlatform>(UNTRUSTED));
     const std::shared_ptr<BasicHttpClientImpl> client_ = BasicHttpClientImpl::buildBasicHttpClientImpl(
         nullptr, std::make_shared<netutils::adapters::HttpCertAdapter>(verifier_), nullptr, nullptr);
 };
@@ -367,7 +349,7 @@ TEST_F(WithdrawnTrustTest, OnceDecisionsAreForgottenTheCertificateIsJudgedAnew) 
 TEST_F(WithdrawnTrustTest, ThePolicyThatIsThereAlreadyAndAVerifierThatHasJudgedNothingCostNoConnection) {
     ASSERT_EQ(get(), HttpClientResult::SUCCESS);
     verifier_->addPolicy(Management::SILENTLY_SUCCEED_POLICY);
-    cert::CertVerifier(std::make_shared<UntrustingPlatform>()).addPolicy(Management::SILENTLY_FAIL_POLICY);
+    cert::CertVerifier(std::make_shared<FakePlatform>(UNTRUSTED)).addPolicy(Management::SILENTLY_FAIL_POLICY);
     ASSERT_EQ(get(), HttpClientResult::SUCCESS);
     EXPECT_EQ(server_.connections(), 1U);
 }

@@ -56,6 +56,9 @@ LoopbackServer::Handler answering() {
 
 class ConnectionInformationTest : public testing::Test {
 protected:
+    /// The defaults are the process's.
+    ~ConnectionInformationTest() override { common::DefaultPoliciesStore::reset(); }
+
     R connect(const std::string& host, unsigned long port, V::Value family = V::DUAL_STACK,
               bool thruProxy = false, unsigned long timeout = PATIENCE) {
         return information_->getConnectionInformationForHost(host, port, timeout, thruProxy, family);

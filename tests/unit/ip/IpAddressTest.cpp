@@ -2,13 +2,13 @@
 #include "ip/Ipv4Address.h"
 #include "ip/Ipv6Address.h"
 #include "support/LogCapture.h"
+#include "support/Printed.h"
 #include "zeblogger/ZEBLogger.h"
 
 #include <arpa/inet.h>
 #include <atomic>
 #include <cstddef>
 #include <dlfcn.h>
-#include <sstream>
 #include <string>
 #include <thread>
 #include <utility>
@@ -36,15 +36,10 @@ namespace {
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 using zeb::test::LogCapture;
+using zeb::test::printed;
 using Bytes = std::vector<unsigned char>;
 
 const Bytes LOOPBACK_V6{0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 1};
-
-std::string printed(const IpAddress& address) {
-    std::ostringstream stream;
-    stream << address;
-    return stream.str();
-}
 
 TEST(IpAddressTest, IsEmptyByDefault) {
     const IpAddress address;

@@ -3,8 +3,8 @@
 #include "libproxyreader/LibproxyConfigurationReader.h"
 #include "support/LogCapture.h"
 #include "support/LoopbackServer.h"
+#include "support/TestFiles.h"
 #include "unit/http/BasicHttpClientTestSupport.h"
-#include "unit/http/TransferFiles.h"
 
 #include <cstdlib>
 #include <memory>
@@ -18,6 +18,7 @@ namespace zeb::http::test {
 namespace {
 
 using Reader = LibproxyConfigurationReader;
+using zeb::test::TestFolder;
 
 constexpr char URL[] = "http://host.invalid/page";
 constexpr char SECURE_URL[] = "https://host.invalid/page";

@@ -1,8 +1,8 @@
 #include "netutils/EdgeEventForwarder.h"
 #include "support/FakeGlobalEdgeState.h"
 #include "support/LogCapture.h"
+#include "support/Printed.h"
 
-#include <sstream>
 #include <string>
 #include <vector>
 
@@ -13,6 +13,7 @@ namespace {
 
 using zeb::test::InstalledGlobalEdgeState;
 using zeb::test::LogCapture;
+using zeb::test::printed;
 using Hint = EdgeEventForwarder::Hint;
 using Kind = EdgeEventForwarder::InfrastructureEvent::Kind;
 
@@ -52,13 +53,6 @@ const HintCase HINTS[] = {
     {Hint::NETWORK_ACTIVITY, "NetworkActivity"},
     {Hint::IP_INTERFACE_CHANGED, "IpInterfaceChanged"},
 };
-
-template <typename Value>
-std::string text(Value value) {
-    std::ostringstream stream;
-    stream << value;
-    return stream.str();
-}
 
 TEST(EdgeEventForwarderTest, EachLabelHasItsEvent) {
     for (const LabelCase& row : LABELS) {
@@ -115,7 +109,7 @@ TEST(EdgeEventForwarderTest, NoEventForAnInitializedEdgeLayerIsLostWithoutALog) 
     for (const LabelCase& row : LABELS) {
         const LogCapture log;
         EdgeEventForwarder::forwardInfrastructureEvent(row.label, "edge.example.com");
-        EXPECT_TRUE(log.contains(ZEBLOG_WARNING, UNDELIVERED + text(row.kind) + " clusterFailed: " +
+        EXPECT_TRUE(log.contains(ZEBLOG_WARNING, UNDELIVERED + printed(row.kind) + " clusterFailed: " +
                                                      (row.clusterFailed ? "1" : "0") + " server: " +
                                                      ZEBLogger_replacePIIData("edge.example.com")));
         EXPECT_EQ(log.lines().size(), 1U);
@@ -124,17 +118,17 @@ TEST(EdgeEventForwarderTest, NoEventForAnInitializedEdgeLayerIsLostWithoutALog) 
 
 TEST(EdgeEventForwarderTest, EventsPrintAsTheEdgeLayerCallsThem) {
     for (const HintCase& row : HINTS) {
-        EXPECT_EQ(text(row.hint), row.text);
+        EXPECT_EQ(printed(row.hint), row.text);
     }
-    EXPECT_EQ(text(Kind::OAUTH_EXPIRED), "EdgeOauthExpired");
-    EXPECT_EQ(text(Kind::AUTHENTICATION_REQUIRED), "EdgeAuthenticationRequired");
-    EXPECT_EQ(text(Kind::CONNECTION_FAILED), "EdgeConnectionFailed");
-    EXPECT_EQ(text(Kind::UNRESOLVED_HOST), "EdgeUnresolvedHost");
-    EXPECT_EQ(text(Kind::INTERNAL_SERVER_ERROR), "EdgeInternalServerErrorEvent");
-    EXPECT_EQ(text(Kind::SERVICE_UNAVAILABLE), "EdgeServiceUnavailableEvent");
-    EXPECT_EQ(text(Kind::NEXT_HOP_FAILED), "EdgeNextHopFailed");
-    EXPECT_EQ(text(static_cast<Kind>(77)), "77");
-    EXPECT_EQ(text(static_cast<Hint>(77)), "77");
+    EXPECT_EQ(printed(Kind::OAUTH_EXPIRED), "EdgeOauthExpired");
+    EXPECT_EQ(printed(Kind::AUTHENTICATION_REQUIRED), "EdgeAuthenticationRequired");
+    EXPECT_EQ(printed(Kind::CONNECTION_FAILED), "EdgeConnectionFailed");
+    EXPECT_EQ(printed(Kind::UNRESOLVED_HOST), "EdgeUnresolvedHost");
+    EXPECT_EQ(printed(Kind::INTERNAL_SERVER_ERROR), "EdgeInternalServerErrorEvent");
+    EXPECT_EQ(printed(Kind::SERVICE_UNAVAILABLE), "EdgeServiceUnavailableEvent");
+    EXPECT_EQ(printed(Kind::NEXT_HOP_FAILED), "EdgeNextHopFailed");
+    EXPECT_EQ(printed(static_cast<Kind>(77)), "77");
+    EXPECT_EQ(printed(static_cast<Hint>(77)), "77");
 }
 
 }  // namespace

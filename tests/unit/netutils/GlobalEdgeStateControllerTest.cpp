@@ -1,6 +1,7 @@
 #include "netutils/GlobalEdgeStateController.h"
 #include "support/FakeGlobalEdgeState.h"
 #include "support/LogCapture.h"
+#include "support/Threads.h"
 
 #include <chrono>
 #include <future>
@@ -49,7 +50,7 @@ TEST(GlobalEdgeStateControllerTest, AStartOnAnotherThreadEndsTheWait) {
     const auto state = std::make_shared<FakeGlobalEdgeState>(true, false);
     auto asked =
         std::async(std::launch::async, [] { return GlobalEdgeStateController::getGlobalEdgeState(); });
-    asked.wait_for(std::chrono::milliseconds(30));  // so that it most likely waits by now
+    EXPECT_TRUE(zeb::test::awaitOthersAsleep()) << "it waits by now";
     GlobalEdgeStateController::setGlobalEdgeStateForTesting(state);
     EXPECT_EQ(state, asked.get());
     GlobalEdgeStateController::setGlobalEdgeStateForTesting(nullptr);

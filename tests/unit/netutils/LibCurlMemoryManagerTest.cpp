@@ -1,12 +1,12 @@
 #include "RawAllocator.h"
 #include "netutils/LibCurlMemoryManager.h"
 #include "support/LogCapture.h"
+#include "support/Printed.h"
 #include "zeblogger/ZEBLogger.h"
 
 #include <cstdlib>
 #include <cstring>
 #include <limits>
-#include <sstream>
 #include <string>
 #include <thread>
 #include <vector>
@@ -17,20 +17,15 @@ namespace zeb::netutils::test {
 namespace {
 
 using zeb::test::LogCapture;
-
-std::string addressOf(void* block) {
-    std::ostringstream text;
-    text << block;
-    return text.str();
-}
+using zeb::test::printed;
 
 std::string duplicateText(void* block) {
-    return "MemoryMap already has an entry at pointer:" + addressOf(block);
+    return "MemoryMap already has an entry at pointer:" + printed(block);
 }
 
 std::string unknownText(void* block) {
     return "LibCurl gave us a pointer that wasn't in the Memory Map. Can't zero the memory at:" +
-           addressOf(block);
+           printed(block);
 }
 
 class LibCurlMemoryManagerTest : public testing::Test {

@@ -1,6 +1,5 @@
 #include "cert/common/CertVerifier.h"
 #include "cert/common/CertVerifierFactory.h"
-#include "cert/common/PlatformCertVerifier.h"
 #include "core/ThreadPool.h"
 #include "http/BasicHttpClient.h"
 #include "http/EdgePolicy.h"
@@ -9,19 +8,15 @@
 #include "http/Response.h"
 #include "netutils/NetUtilsFactory.h"
 #include "support/CertificateBuilder.h"
+#include "support/FakePlatform.h"
 #include "support/LogCapture.h"
 #include "support/LoopbackServer.h"
+#include "support/Threads.h"
 
-#include <chrono>
 #include <cstdlib>
-#include <filesystem>
-#include <fstream>
 #include <future>
 #include <memory>
-#include <set>
 #include <string>
-#include <system_error>
-#include <thread>
 #include <utility>
 
 #include <gtest/gtest.h>
@@ -29,6 +24,7 @@
 namespace zeb::netutils::test {
 namespace {
 
+using zeb::test::FakePlatform;
 using zeb::test::LogCapture;
 using zeb::test::LoopbackServer;
 
@@ -111,17 +107,6 @@ TEST(NetUtilsFactoryTest, EachFormMakesAClientThatRunsTasks) {
     }
 }
 
-std::size_t threadsNamed(const std::string& name) {
-    std::size_t count = 0;
-    std::error_code error;
-    for (const auto& entry : std::filesystem::directory_iterator("/proc/self/task", error)) {
-        std::ifstream file(entry.path() / "comm");
-        std::string line;
-        count += std::getline(file, line) && line == name ? 1 : 0;
-    }
-    return count;
-}
-
 TEST(NetUtilsFactoryDeathTest, EachClientWithoutAGivenPoolHasOneOfItsOwnCalledAsyncHttpReq) {
     GTEST_FLAG_SET(death_test_style, "threadsafe");
     EXPECT_EXIT(
@@ -131,12 +116,8 @@ TEST(NetUtilsFactoryDeathTest, EachClientWithoutAGivenPoolHasOneOfItsOwnCalledAs
             const auto second = factory.createBasicHttpClient(std::shared_ptr<cert::CertVerifier>());
             outcomeOfATask(*first);
             outcomeOfATask(*second);
-            const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(10);
             // Each thread takes the pool's name back when its task has ended.
-            while (threadsNamed("AsyncHttpReq") != 2 && std::chrono::steady_clock::now() < end) {
-                std::this_thread::yield();
-            }
-            std::_Exit(threadsNamed("AsyncHttpReq") == 2 ? EXIT_SUCCESS : EXIT_FAILURE);
+            std::_Exit(zeb::test::awaitThreadsNamed("AsyncHttpReq", 2) ? EXIT_SUCCESS : EXIT_FAILURE);
         },
         testing::ExitedWithCode(EXIT_SUCCESS), "");
 }
@@ -188,17 +169,6 @@ TEST(NetUtilsFactoryTest, WithANullPoolOnlySynchronousRequestsRun) {
 
 // HTTPS
 
-/// Trusts every chain, so that the names alone decide.
-class TrustingPlatform : public cert::PlatformCertVerifier {
-public:
-    std::set<cert::CertStatus::Status> verifyCertificate(const x509_st*) override {
-        return {cert::CertStatus::VALID};
-    }
-    std::set<cert::CertStatus::Status> verifyCertificate(const x509_store_ctx_st*) override {
-        return {cert::CertStatus::VALID};
-    }
-};
-
 class FactorysHttpsTest : public testing::Test {
 protected:
     ~FactorysHttpsTest() override { cert::CertVerifierFactory::setCertVerifier(nullptr); }
@@ -220,7 +190,7 @@ protected:
     LoopbackServer bad_{hello, presenting("other.test")};
     const std::shared_ptr<ThreadPool> pool_ = std::make_shared<ThreadPool>(0, 1, "mine", 60);
     const std::shared_ptr<cert::CertVerifier> trusting_ =
-        std::make_shared<cert::CertVerifier>(std::make_shared<TrustingPlatform>());
+        std::make_shared<cert::CertVerifier>(std::make_shared<FakePlatform>());
     NetUtilsFactory factory_;
 };
 

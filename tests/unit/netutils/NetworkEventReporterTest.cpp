@@ -3,17 +3,13 @@
 #include "support/FakeGlobalEdgeState.h"
 #include "support/LogCapture.h"
 #include "support/NetworkEventRecorder.h"
+#include "support/Threads.h"
 
-#include <chrono>
 #include <cstdlib>
-#include <filesystem>
-#include <fstream>
 #include <functional>
 #include <future>
-#include <iterator>
 #include <memory>
 #include <string>
-#include <system_error>
 #include <thread>
 #include <vector>
 
@@ -22,10 +18,13 @@
 namespace zeb::netutils::test {
 namespace {
 
+using zeb::test::awaitThreadsNamed;
 using zeb::test::EventRecord;
 using zeb::test::InstalledGlobalEdgeState;
 using zeb::test::LogCapture;
 using zeb::test::NetworkEventRecorder;
+using zeb::test::threadsNamed;
+using zeb::test::threadStates;
 using Events = EventRecord::Events;
 
 class RecordingObserver : public NetworkEventReporterObserver {
@@ -171,16 +170,11 @@ TEST_F(NetworkEventReporterTest, StopDropsWhatIsQueuedAndTheNextReportStillWorks
     EXPECT_TRUE(observer->record.soFar().empty());
 }
 
-std::size_t threadsOfTheProcess() {
-    const std::filesystem::directory_iterator tasks("/proc/self/task");
-    return static_cast<std::size_t>(std::distance(begin(tasks), end(tasks)));
-}
-
 TEST_F(NetworkEventReporterTest, ADisabledReporterHasNoThread) {
-    const std::size_t before = threadsOfTheProcess();
+    const std::size_t before = threadStates().size();
     NetworkEventReporterImpl::disableNetworkEventReporterForTesting();
     reportOneOfEach();
-    EXPECT_LE(threadsOfTheProcess(), before);
+    EXPECT_LE(threadStates().size(), before);
 }
 
 TEST_F(NetworkEventReporterTest, ADisabledReporterKeepsItsReportsInTheQueue) {
@@ -282,26 +276,6 @@ TEST_F(NetworkEventReporterTest, ManyThreadsReportStopAndReplaceThePoolAtATime) 
     EXPECT_EQ(last->record.waitFor(1), Events{"hintNetworkIsInUse"});
 }
 
-std::size_t threadsNamed(const std::string& name) {
-    std::size_t count = 0;
-    std::error_code error;
-    for (const auto& entry : std::filesystem::directory_iterator("/proc/self/task", error)) {
-        std::ifstream file(entry.path() / "comm");
-        std::string line;
-        count += std::getline(file, line) && line == name ? 1 : 0;
-    }
-    return count;
-}
-
-/// A thread takes the pool's name back when its task has ended.
-bool comesToHaveOneThreadNamed(const std::string& name) {
-    const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(10);
-    while (threadsNamed(name) != 1 && std::chrono::steady_clock::now() < end) {
-        std::this_thread::yield();
-    }
-    return threadsNamed(name) == 1;
-}
-
 /// Runs in a process of its own, in which nothing has been reported yet; 0 if all is as it should be.
 void expectInAFreshProcess(const std::function<bool()>& check) {
     GTEST_FLAG_SET(death_test_style, "threadsafe");
@@ -321,7 +295,8 @@ TEST(NetworkEventReporterDeathTest, ThePoolIsMadeAtTheFirstReportAndHasOneThread
         for (std::thread& thread : threads) {
             thread.join();
         }
-        return recorder->waitFor(4).size() == 4 && noneBefore && comesToHaveOneThreadNamed("NetEventReport");
+        // A thread takes the pool's name back when its task has ended.
+        return recorder->waitFor(4).size() == 4 && noneBefore && awaitThreadsNamed("NetEventReport", 1);
     });
 }
 
@@ -333,7 +308,7 @@ TEST(NetworkEventReporterDeathTest, TheCallbacksHaveAThreadOfTheirOwnFromTheFirs
         const bool noneBefore = log.waitFor("Event ignored.") && threadsNamed("NetEventNotify") == 0;
         const auto recorder = NetworkEventRecorder::registered();
         reporter->hintNetworkIsInUse("heard");
-        return recorder->waitFor(1).size() == 1 && noneBefore && comesToHaveOneThreadNamed("NetEventNotify");
+        return recorder->waitFor(1).size() == 1 && noneBefore && awaitThreadsNamed("NetEventNotify", 1);
     });
 }
 

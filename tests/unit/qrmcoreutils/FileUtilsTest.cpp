@@ -1,4 +1,5 @@
 #include "qrmcoreutils/QRMCoreUtils.h"
+#include "support/TestFiles.h"
 
 #include <array>
 #include <cstdlib>
@@ -20,14 +21,9 @@ namespace fs = std::filesystem;
 /// A directory of the test's own, and the environment as it was behind it.
 class FileUtilsTest : public testing::Test {
 protected:
-    FileUtilsTest() {
-        std::string pattern = (fs::temp_directory_path() / "coreutils-XXXXXX").string();
-        root = ::mkdtemp(pattern.data());
-    }
     ~FileUtilsTest() override {
         restore("XDG_CONFIG_HOME", xdgBefore);
         restore("HOME", homeBefore);
-        fs::remove_all(root);
     }
 
     static mode_t modeOf(const fs::path& path) {
@@ -36,7 +32,8 @@ protected:
         return status.st_mode & 07777U;
     }
 
-    fs::path root;
+    const zeb::test::TestFolder folder;
+    const fs::path root = folder.path();
 
 private:
     static std::optional<std::string> valueOf(const char* name) {

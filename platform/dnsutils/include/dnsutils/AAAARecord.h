@@ -1,5 +1,6 @@
 #pragma once
 
+#include "dnsutils/AddressRecord.h"
 #include "dnsutils/Export.h"
 
 #include <string>
@@ -7,23 +8,13 @@
 namespace zeb::dns {
 
 /// One IPv6 address of a name. A plain value.
-class DNSUTILS_EXPORT AAAARecord {
+class DNSUTILS_EXPORT AAAARecord : public AddressRecord {
 public:
     /// The time to live in seconds.
     AAAARecord(const std::string& name, const std::string& address, unsigned int ttl);
 
-    /// The name that the address belongs to: that of the query, or the one at the end of its aliases.
-    const std::string& getName() const { return name_; }
     /// In the form of RFC 5952: "2001:db8::1".
-    const std::string& getIP6Address() const { return address_; }
-    /// How many seconds the record, and the aliases that lead to it, may be kept; 0 for one that comes from
-    /// the hosts file, or from no name at all.
-    unsigned int getTtl() const { return ttl_; }
-
-private:
-    std::string name_;
-    std::string address_;
-    unsigned int ttl_;
+    const std::string& getIP6Address() const { return getAddress(); }
 };
 
 }  // namespace zeb::dns

@@ -1,6 +1,6 @@
 #include "cert/common/CertAcceptanceDecision.h"
+#include "support/Printed.h"
 
-#include <sstream>
 #include <string>
 
 #include <gtest/gtest.h>
@@ -8,22 +8,22 @@
 namespace zeb::cert::test {
 namespace {
 
-std::string printed(int value) {
-    std::ostringstream stream;
-    stream << static_cast<CertAcceptanceDecision::Decision>(value);
-    return stream.str();
+using zeb::test::printed;
+
+std::string printedDecision(int value) {
+    return printed(static_cast<CertAcceptanceDecision::Decision>(value));
 }
 
 TEST(CertAcceptanceDecisionTest, EachValuePrintsAsItsName) {
-    EXPECT_EQ(printed(0), "YES");
-    EXPECT_EQ(printed(1), "NO");
-    EXPECT_EQ(printed(2), "POLICY_ENFORCEMENT_ERROR");
-    EXPECT_EQ(printed(3), "UNKNOWN");
+    EXPECT_EQ(printedDecision(0), "YES");
+    EXPECT_EQ(printedDecision(1), "NO");
+    EXPECT_EQ(printedDecision(2), "POLICY_ENFORCEMENT_ERROR");
+    EXPECT_EQ(printedDecision(3), "UNKNOWN");
 }
 
 TEST(CertAcceptanceDecisionTest, AnyOtherValuePrintsAsANumber) {
-    EXPECT_EQ(printed(4), "Unexpected value (4)");
-    EXPECT_EQ(printed(-1), "Unexpected value (-1)");
+    EXPECT_EQ(printedDecision(4), "Unexpected value (4)");
+    EXPECT_EQ(printedDecision(-1), "Unexpected value (-1)");
 }
 
 }  // namespace

@@ -1,6 +1,6 @@
 #include "cert/common/CertKeyUsageResult.h"
+#include "support/Printed.h"
 
-#include <sstream>
 #include <string>
 
 #include <gtest/gtest.h>
@@ -8,10 +8,10 @@
 namespace zeb::cert::test {
 namespace {
 
+using zeb::test::printed;
+
 std::string print(int number) {
-    std::ostringstream stream;
-    stream << static_cast<CertKeyUsageResult::Result>(number);
-    return stream.str();
+    return printed(static_cast<CertKeyUsageResult::Result>(number));
 }
 
 TEST(CertKeyUsageResultTest, EveryResultHasItsNumberAndItsText) {

@@ -1,7 +1,7 @@
 #include "cert/common/CertResult.h"
+#include "support/Printed.h"
 #include "zeblogger/ZEBLogger.h"
 
-#include <sstream>
 #include <string>
 
 #include <gtest/gtest.h>
@@ -9,12 +9,7 @@
 namespace zeb::cert::test {
 namespace {
 
-template <typename T>
-std::string printed(const T& value) {
-    std::ostringstream stream;
-    stream << value;
-    return stream.str();
-}
+using zeb::test::printed;
 
 TEST(CertResultTest, ANewOneIsAFailure) {
     const CertResult result;

@@ -1,7 +1,7 @@
 #include "cert/common/CertStatus.h"
+#include "support/Printed.h"
 
 #include <set>
-#include <sstream>
 #include <string>
 #include <vector>
 
@@ -10,12 +10,7 @@
 namespace zeb::cert::test {
 namespace {
 
-template <typename T>
-std::string printed(const T& value) {
-    std::ostringstream stream;
-    stream << value;
-    return stream.str();
-}
+using zeb::test::printed;
 
 TEST(CertStatusTest, EachValuePrintsAsItsName) {
     const std::vector<std::string> names = {"VALID",

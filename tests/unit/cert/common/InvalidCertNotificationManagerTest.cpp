@@ -3,9 +3,9 @@
 #include "cert/common/InvalidCertNotificationManager.h"
 #include "common/DefaultPoliciesStore.h"
 #include "support/LogCapture.h"
+#include "support/Printed.h"
 
 #include <future>
-#include <sstream>
 #include <stdexcept>
 
 namespace zeb::cert {
@@ -15,15 +15,9 @@ using Interacting = UserInteractingInvalidCertManagementPolicy;
 using testing::_;
 using testing::ElementsAre;
 using testing::IsEmpty;
+using zeb::test::printed;
 
 constexpr auto NO_DECISION = InvalidCertNotificationManager::NO_DECISION;
-
-template <typename T>
-std::string printed(const T& value) {
-    std::ostringstream stream;
-    stream << value;
-    return stream.str();
-}
 
 /// One verification that needs a decision.
 struct Verification {

@@ -3,7 +3,6 @@
 #include "cert/common/CertResult.h"
 #include "cert/common/CertVerifier.h"
 #include "cert/common/CertificateVerificationListener.h"
-#include "cert/common/PlatformCertVerifier.h"
 #include "cert/utils/AltNameParser.h"
 #include "cert/utils/AltNameParserFactory.h"
 #include "cert/utils/KeyStrengthParser.h"
@@ -12,6 +11,7 @@
 #include "cert/utils/KeyUsageParserFactory.h"
 #include "common/FipsUtils.h"
 #include "support/CertificateBuilder.h"
+#include "support/FakePlatform.h"
 #include "support/LogCapture.h"
 #include "support/StoreContext.h"
 #include "zebdiagnostics/ZEBDiagnostics.h"
@@ -32,32 +32,12 @@
 namespace zeb::cert::test {
 
 using zeb::test::CertificateBuilder;
+using zeb::test::FakePlatform;
 using zeb::test::IssuedCertificate;
 using zeb::test::LogCapture;
 using zeb::test::StoreContext;
 using Statuses = std::set<CertStatus::Status>;
 using Names = std::vector<std::string>;
-
-/// A trust store that answers as it is told, and counts what it was asked.
-class FakePlatform : public PlatformCertVerifier {
-public:
-    explicit FakePlatform(Statuses answer = {CertStatus::VALID}) : answer_(std::move(answer)) {}
-
-    Statuses verifyCertificate(const x509_st*) override {
-        ++leaves;
-        return answer_;
-    }
-    Statuses verifyCertificate(const x509_store_ctx_st*) override {
-        ++chains;
-        return answer_;
-    }
-
-    std::atomic<int> leaves{0};
-    std::atomic<int> chains{0};
-
-private:
-    const Statuses answer_;
-};
 
 /// A certificate that carries these names, whatever certificate it is.
 class FakeAltNameParser : public AltNameParser {

@@ -1,12 +1,13 @@
 #pragma once
 
-#include <cstdlib>
+#include "support/TestFiles.h"
+
+#include <cstdio>
 #include <fcntl.h>
 #include <filesystem>
 #include <fstream>
 #include <string>
 #include <sys/stat.h>
-#include <system_error>
 
 #include <gtest/gtest.h>
 
@@ -15,22 +16,10 @@ namespace zeb::cert::test {
 /// A folder in place of the system's, with what can happen to a bundle in it. Gone with the object.
 class BundleFolder {
 public:
-    BundleFolder() {
-        std::string pattern = testing::TempDir() + "zeb-bundle-XXXXXX";
-        path_ = ::mkdtemp(pattern.data());
-        path_ += "/";
-    }
-    ~BundleFolder() {
-        std::error_code error;
-        std::filesystem::remove_all(path_, error);
-    }
-    BundleFolder(const BundleFolder&) = delete;
-    BundleFolder& operator=(const BundleFolder&) = delete;
-
     /// Ends in a slash.
-    const std::string& path() const { return path_; }
-    std::string first() const { return path_ + "ca-certificates.crt"; }
-    std::string second() const { return path_ + "ca-bundle.crt"; }
+    std::string path() const { return folder_.path(""); }
+    std::string first() const { return folder_.path("ca-certificates.crt"); }
+    std::string second() const { return folder_.path("ca-bundle.crt"); }
 
     /// The file stays the one it is, or is made.
     static void rewrite(const std::string& path, const std::string& content) {
@@ -56,7 +45,7 @@ public:
     }
 
 private:
-    std::string path_;
+    const zeb::test::TestFolder folder_;
 };
 
 }  // namespace zeb::cert::test

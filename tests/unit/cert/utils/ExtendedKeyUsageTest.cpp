@@ -1,4 +1,5 @@
 #include "cert/utils/ExtendedKeyUsage.h"
+#include "support/Printed.h"
 
 #include <sstream>
 #include <string>
@@ -7,6 +8,8 @@
 
 namespace zeb::cert::test {
 namespace {
+
+using zeb::test::printed;
 
 struct Row {
     int value;
@@ -29,9 +32,7 @@ constexpr Row ROWS[] = {
 };
 
 std::string print(int usage) {
-    std::ostringstream stream;
-    stream << static_cast<ExtendedKeyUsage::Usage>(usage);
-    return stream.str();
+    return printed(static_cast<ExtendedKeyUsage::Usage>(usage));
 }
 
 std::string printMask(unsigned long mask) {

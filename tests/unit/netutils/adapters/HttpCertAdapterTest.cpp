@@ -1,15 +1,14 @@
 #include "cert/common/CertResult.h"
 #include "cert/common/CertVerifier.h"
-#include "cert/common/PlatformCertVerifier.h"
 #include "netutils/adapters/HttpCertAdapter.h"
 #include "support/CertificateBuilder.h"
+#include "support/FakePlatform.h"
 #include "support/LogCapture.h"
 #include "support/StoreContext.h"
 #include "zeblogger/ZEBLogger.h"
 
 #include <functional>
 #include <memory>
-#include <set>
 #include <string>
 #include <vector>
 
@@ -20,6 +19,7 @@ namespace {
 
 using cert::CertResult;
 using zeb::test::CertificateBuilder;
+using zeb::test::FakePlatform;
 using zeb::test::IssuedCertificate;
 using zeb::test::LogCapture;
 using zeb::test::StoreContext;
@@ -199,15 +199,8 @@ TEST_F(HttpCertAdapterTest, WithoutAVerifierEveryOverloadRefuses) {
     EXPECT_EQ(log.count("No certificate verifier is available, rejecting the certificate"), 16U);
 }
 
-/// Trusts every chain.
-class TrustingPlatform : public cert::PlatformCertVerifier {
-public:
-    std::set<cert::CertStatus::Status> verifyCertificate(const x509_st*) override { return {}; }
-    std::set<cert::CertStatus::Status> verifyCertificate(const x509_store_ctx_st*) override { return {}; }
-};
-
 TEST_F(HttpCertAdapterTest, EachOverloadGivesWhatThePipelineGives) {
-    const auto pipeline = std::make_shared<cert::CertVerifier>(std::make_shared<TrustingPlatform>());
+    const auto pipeline = std::make_shared<cert::CertVerifier>(std::make_shared<FakePlatform>());
     HttpCertAdapter adapter(pipeline);
     const IssuedCertificate other = CertificateBuilder().dnsNames({"other.test"}).build();
     const IssuedCertificate all = CertificateBuilder().dnsNames({IDENTIFIER, "one.test"}).build();

@@ -5,17 +5,19 @@
 #include <fstream>
 #include <sstream>
 #include <string>
+#include <system_error>
+#include <unistd.h>
 
 #include <gtest/gtest.h>
 
-namespace zeb::http::test {
+namespace zeb::test {
 
 /// A folder of the test's own, gone with the object.
 class TestFolder {
 public:
     TestFolder() {
-        std::string pattern = testing::TempDir() + "zeb-transfer-XXXXXX";
-        path_ = mkdtemp(pattern.data());
+        std::string pattern = testing::TempDir() + "zeb-test-XXXXXX";
+        path_ = ::mkdtemp(pattern.data());
     }
     ~TestFolder() {
         std::error_code error;
@@ -24,6 +26,7 @@ public:
     TestFolder(const TestFolder&) = delete;
     TestFolder& operator=(const TestFolder&) = delete;
 
+    const std::string& path() const { return path_; }
     std::string path(const std::string& name) const { return path_ + "/" + name; }
 
     /// The path of a new file with that content.
@@ -52,4 +55,26 @@ private:
     std::string path_;
 };
 
-}  // namespace zeb::http::test
+/// A file of the test's own, gone with the object.
+class TemporaryFile {
+public:
+    explicit TemporaryFile(const std::string& content = "") {
+        std::string pattern = testing::TempDir() + "zeb-test-XXXXXX";
+        const int descriptor = ::mkstemp(pattern.data());
+        EXPECT_GE(descriptor, 0);
+        ::close(descriptor);
+        path_ = pattern;
+        std::ofstream(path_, std::ios::binary) << content;
+    }
+    ~TemporaryFile() { ::unlink(path_.c_str()); }
+    TemporaryFile(const TemporaryFile&) = delete;
+    TemporaryFile& operator=(const TemporaryFile&) = delete;
+
+    const std::string& path() const { return path_; }
+    std::string content() const { return TestFolder::read(path_); }
+
+private:
+    std::string path_;
+};
+
+}  // namespace zeb::test
