@@ -219,13 +219,14 @@ HttpClientError::Error MultiHttpClientImpl::enqueueRequest(const std::shared_ptr
         requestData->getWrapper().filePath = filePath;
     }
     setPoliesToRequestData(*requestData);
-    RequestSteps::setUserAgentToRequestData(*requestData);
+    RequestSteps::setUserAgentToRequestData(*requestData, multiConnection_->logPrefix());
     requestId = requestData->getRequestId();
     return enqueueRequest(clientData);
 }
 
 void MultiHttpClientImpl::setPoliesToRequestData(HttpRequestData& requestData) const {
-    RequestSteps::setPoliciesToRequestData(*this, requestData, "CommonCriteria usage policy not available.");
+    RequestSteps::setPoliciesToRequestData(*this, requestData, "CommonCriteria usage policy not available.",
+                                           multiConnection_->logPrefix());
 }
 
 HttpClientError::Error MultiHttpClientImpl::enqueueRequest(

@@ -208,7 +208,7 @@ void MultiHttpClientImpl::RequestProcessing::logEnforcingResult(TransformResult:
 
 void MultiHttpClientImpl::RequestProcessing::onAuthenticationFailed(HttpRequestData& requestData) const {
     // Deliberate: the answer is written, but what the listener gets is POLICY_NOT_ENFORCED_ERROR.
-    RequestSteps::fabricateAuthenticationFailure(requestData.getEdgeTransformResult(), requestData);
+    RequestSteps::fabricateAuthenticationFailure(requestData.getEdgeTransformResult(), requestData, prefix());
 }
 
 /// The handle was configured before the edge rewrote the request.
@@ -528,7 +528,7 @@ void MultiHttpClientImpl::RequestProcessing::reportOutcomes() {
 
 void MultiHttpClientImpl::RequestProcessing::collectAnswer(const ClientData& clientData) {
     const std::shared_ptr<HttpRequestData>& requestData = clientData->getRequestData();
-    RequestSteps::collectAnswer(*clientData, requestData);
+    RequestSteps::collectAnswer(*clientData, requestData, prefix());
     if (!CurlHttpUtils::getResponseCode(requestData.get())) {
         ZEB_LOG_ERROR(log::httpClient(), prefix() << "Failed to get the response code for request "
                                                   << requestData->formattedRequestID());
@@ -536,7 +536,7 @@ void MultiHttpClientImpl::RequestProcessing::collectAnswer(const ClientData& cli
     ZEB_LOG_INFO(log::httpClient(), prefix() << "Http Response Code " << requestData->responseCode
                                              << " connect code " << requestData->connectCode
                                              << " for request " << requestData->formattedRequestID());
-    RequestSteps::removeTransformedCookies(*clientData, *requestData);
+    RequestSteps::removeTransformedCookies(*clientData, *requestData, prefix());
     RequestSteps::closeFiles(*requestData);
 }
 

@@ -27,15 +27,15 @@ constexpr int HTTP_UNAUTHORIZED = 401;
 constexpr int HTTP_PROXY_AUTHENTICATION_REQUIRED = 407;
 constexpr char USER_AGENT[] = "User-Agent";
 
-void collectAddresses(const std::shared_ptr<HttpRequestData>& requestData) {
+void collectAddresses(const std::shared_ptr<HttpRequestData>& requestData, const std::string& prefix) {
     if (!CurlHttpUtils::getIpAddress(requestData)) {
-        ZEB_LOG_WARNING(log::httpClient(),
-                        "Unable to get the IP addresses for request " << requestData->formattedRequestID());
+        ZEB_LOG_WARNING(log::httpClient(), prefix << "Unable to get the IP addresses for request "
+                                                  << requestData->formattedRequestID());
         return;
     }
-    ZEB_LOG_DEBUG(log::httpClient(), "Request " << requestData->formattedRequestID() << " local address "
-                                                << requestData->localIpAddress << ", destination address "
-                                                << requestData->destinationIpAddress);
+    ZEB_LOG_DEBUG(log::httpClient(), prefix << "Request " << requestData->formattedRequestID()
+                                            << " local address " << requestData->localIpAddress
+                                            << ", destination address " << requestData->destinationIpAddress);
 }
 
 /// Nothing has been rewritten before the edge layer has started. To ask that would mean to wait for its
@@ -68,10 +68,10 @@ std::set<std::shared_ptr<Policy>> RequestSteps::defaultPolicies() {
 }
 
 void RequestSteps::setPoliciesToRequestData(const common::PolicyDriven& client, HttpRequestData& requestData,
-                                            const char* noCommonCriteria) {
+                                            const char* noCommonCriteria, const std::string& prefix) {
     const std::shared_ptr<Policy> ipFamily = client.getPolicy(Policy::PolicyNature::IP_FAMILY_PREFERENCE);
     if (isUnknown(ipFamily)) {
-        ZEB_LOG_WARNING(log::httpClient(), "IP family policy not available.");
+        ZEB_LOG_WARNING(log::httpClient(), prefix << "IP family policy not available.");
     } else {
         requestData.setIpFamilyPreferencePolicy(
             std::dynamic_pointer_cast<ip::IpFamilyPreferencePolicy>(ipFamily));
@@ -80,7 +80,7 @@ void RequestSteps::setPoliciesToRequestData(const common::PolicyDriven& client, 
     const std::shared_ptr<Policy> commonCriteria =
         client.getPolicy(Policy::PolicyNature::COMMON_CRITERIA_USAGE);
     if (isUnknown(commonCriteria)) {
-        ZEB_LOG_WARNING(log::httpClient(), noCommonCriteria);
+        ZEB_LOG_WARNING(log::httpClient(), prefix << noCommonCriteria);
     } else {
         requestData.setCommonCriteriaUsagePolicy(
             std::dynamic_pointer_cast<CommonCriteriaUsagePolicy>(commonCriteria));
@@ -88,7 +88,7 @@ void RequestSteps::setPoliciesToRequestData(const common::PolicyDriven& client, 
     }
 }
 
-void RequestSteps::setUserAgentToRequestData(HttpRequestData& requestData) {
+void RequestSteps::setUserAgentToRequestData(HttpRequestData& requestData, const std::string& prefix) {
     const std::shared_ptr<Request>& request = requestData.getRequest();
     if (request == nullptr || request->getOptions() == nullptr) {
         return;
@@ -101,13 +101,13 @@ void RequestSteps::setUserAgentToRequestData(HttpRequestData& requestData) {
         if (QRMCoreUtils::caseInsensitiveStringEquals(header.first, USER_AGENT)) {
             if (header.second.empty()) {
                 header.second = QRMCoreUtils::SystemUtils::getHttpUserAgent();
-                ZEB_LOG_DEBUG(log::httpClient(), "User-Agent set: " << header.second);
+                ZEB_LOG_DEBUG(log::httpClient(), prefix << "User-Agent set: " << header.second);
             }
             return;
         }
     }
     options->headers->emplace_back(USER_AGENT, QRMCoreUtils::SystemUtils::getHttpUserAgent());
-    ZEB_LOG_DEBUG(log::httpClient(), "User-Agent added: " << options->headers->back().second);
+    ZEB_LOG_DEBUG(log::httpClient(), prefix << "User-Agent added: " << options->headers->back().second);
 }
 
 RequestSteps::EnforcingResult::EnforcingResult RequestSteps::enforceEdge(
@@ -124,22 +124,23 @@ bool RequestSteps::isAuthenticationFailure(TransformResult::Result result) {
            result == TransformResult::EDGE_PROXY_TOKEN_EXPIRED;
 }
 
-void RequestSteps::fabricateAuthenticationFailure(TransformResult::Result result, Response& response) {
+void RequestSteps::fabricateAuthenticationFailure(TransformResult::Result result, Response& response,
+                                                  const std::string& prefix) {
     switch (result) {
         case TransformResult::EDGE_TOKEN_EXPIRED:
             ZEB_LOG_WARNING(log::httpClient(),
-                            "Edge policy not enforced. token is expired, set response code 401");
+                            prefix << "Edge policy not enforced. token is expired, set response code 401");
             response.responseCode = HTTP_UNAUTHORIZED;
             break;
         case TransformResult::EDGE_PROXY_TOKEN_EXPIRED:
             ZEB_LOG_WARNING(log::httpClient(),
-                            "Edge policy not enforced. token is expired, set response code 407");
+                            prefix << "Edge policy not enforced. token is expired, set response code 407");
             response.responseCode = HTTP_PROXY_AUTHENTICATION_REQUIRED;
             break;
         default:
             ZEB_LOG_WARNING(log::httpClient(),
-                            "Edge policy not enforced. username or password is invalid or "
-                            "expired, set response code 401");
+                            prefix << "Edge policy not enforced. username or password is invalid or "
+                                      "expired, set response code 401");
             response.responseCode = HTTP_UNAUTHORIZED;
             break;
     }
@@ -165,29 +166,31 @@ int RequestSteps::settleCode(int curlCode, HttpRequestData& requestData) {
 }
 
 void RequestSteps::collectAnswer(const HttpClientData& clientData,
-                                 const std::shared_ptr<HttpRequestData>& requestData) {
+                                 const std::shared_ptr<HttpRequestData>& requestData,
+                                 const std::string& prefix) {
     const std::shared_ptr<EdgeTransformer>& transformer = clientData.getEdgeTransformer();
     if (transformer != nullptr && transformer->isRequestTransformed(requestData->getWrapper())) {
         requestData->transformedUrl = requestData->getRequest()->getOptions()->url;
     }
-    collectAddresses(requestData);
+    collectAddresses(requestData, prefix);
     if (!CurlHttpUtils::storeCookies(requestData)) {
-        ZEB_LOG_ERROR(log::httpClient(), "Failed to store cookies in the response for request "
-                                             << requestData->formattedRequestID());
+        ZEB_LOG_ERROR(log::httpClient(), prefix << "Failed to store cookies in the response for request "
+                                                << requestData->formattedRequestID());
     }
 }
 
-void RequestSteps::removeTransformedCookies(const HttpClientData& clientData, HttpRequestData& requestData) {
+void RequestSteps::removeTransformedCookies(const HttpClientData& clientData, HttpRequestData& requestData,
+                                            const std::string& prefix) {
     const std::shared_ptr<Policy> policy = clientData.getEdgePolicy();
     if (isUnknown(policy)) {
-        ZEB_LOG_DEBUG(log::httpClient(), "Edge policy not available.");
+        ZEB_LOG_DEBUG(log::httpClient(), prefix << "Edge policy not available.");
         return;
     }
     const auto edgePolicy = std::dynamic_pointer_cast<EdgePolicy>(policy);
     if (edgePolicy == nullptr || isBeforeTheEdge(*edgePolicy, clientData, requestData) ||
         edgePolicy->enforce(requestData, requestData.getWrapper().url, clientData.getEdgeTransformer()) !=
             EnforcingResult::SUCCESS) {
-        ZEB_LOG_WARNING(log::httpClient(), "Edge policy not enforced.");
+        ZEB_LOG_WARNING(log::httpClient(), prefix << "Edge policy not enforced.");
     }
 }
 

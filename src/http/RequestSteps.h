@@ -18,7 +18,7 @@ class HttpRequestData;
 struct Response;
 
 /// The steps that the basic and the multi client take alike on the road of a request. Each belongs to the
-/// thread that has the request at the time.
+/// thread that has the request at the time. Where there is a `prefix`, the lines in the log begin with it.
 class RequestSteps {
 public:
     using TransformResult = EdgeTransformer::TransformRequestResult;
@@ -37,15 +37,16 @@ public:
     /// Hands on the policies that act on the handle. `noCommonCriteria` is the log's line when the second is
     /// missing: each client has its own.
     static void setPoliciesToRequestData(const common::PolicyDriven& client, HttpRequestData& requestData,
-                                         const char* noCommonCriteria);
+                                         const char* noCommonCriteria, const std::string& prefix = {});
     /// Adds the header, or fills an empty one; one with a value stands.
-    static void setUserAgentToRequestData(HttpRequestData& requestData);
+    static void setUserAgentToRequestData(HttpRequestData& requestData, const std::string& prefix = {});
     static EnforcingResult::EnforcingResult enforceEdge(const std::shared_ptr<common::Policy>& policy,
                                                         const std::shared_ptr<HttpRequestData>& requestData,
                                                         const HttpClientData& clientData);
     static bool isAuthenticationFailure(TransformResult::Result result);
     /// Writes the answer that stands for a failed authentication at the edge, with its line in the log.
-    static void fabricateAuthenticationFailure(TransformResult::Result result, Response& response);
+    static void fabricateAuthenticationFailure(TransformResult::Result result, Response& response,
+                                               const std::string& prefix = {});
     /// What a further attempt must not inherit from the one before. Redirects stay: every one seen is told.
     static void forgetFormerAttempt(HttpRequestData& requestData);
 
@@ -57,8 +58,10 @@ public:
     /// Of a completed transfer: the URL it was transformed to, the addresses, the cookies. What can't be had
     /// is logged; the transfer counts as a success all the same.
     static void collectAnswer(const HttpClientData& clientData,
-                              const std::shared_ptr<HttpRequestData>& requestData);
-    static void removeTransformedCookies(const HttpClientData& clientData, HttpRequestData& requestData);
+                              const std::shared_ptr<HttpRequestData>& requestData,
+                              const std::string& prefix = {});
+    static void removeTransformedCookies(const HttpClientData& clientData, HttpRequestData& requestData,
+                                         const std::string& prefix = {});
     static void closeFiles(HttpRequestData& requestData);
 };
 

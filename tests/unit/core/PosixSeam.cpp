@@ -100,7 +100,63 @@ void endAll(int result) {
     hold().changed.notify_all();
 }
 
+struct Sleeps {
+    std::mutex mutex;  ///< guards all below
+    std::condition_variable changed;
+    bool held = false;
+    std::size_t wakings = 0;
+    std::vector<long> milliseconds;
+};
+
+/// Never destroyed: threads may outlive the tests.
+Sleeps& sleeps() {
+    static auto& instance = *new Sleeps;
+    return instance;
+}
+
+bool holdSleep(const timespec& span) {
+    Sleeps& all = sleeps();
+    std::unique_lock<std::mutex> lock(all.mutex);
+    if (!all.held) {
+        return false;
+    }
+    all.milliseconds.push_back(span.tv_sec * 1000 + span.tv_nsec / 1000000);
+    all.changed.notify_all();
+    all.changed.wait(lock, [&all, before = all.wakings] { return all.wakings != before; });
+    return true;
+}
+
 }  // namespace
+
+HeldSleeps::HeldSleeps() {
+    const std::lock_guard<std::mutex> lock(sleeps().mutex);
+    sleeps().held = true;
+    sleeps().milliseconds.clear();
+}
+
+HeldSleeps::~HeldSleeps() {
+    {
+        const std::lock_guard<std::mutex> lock(sleeps().mutex);
+        sleeps().held = false;
+    }
+    wake();
+}
+
+void HeldSleeps::awaitSleeps(std::size_t count) {
+    std::unique_lock<std::mutex> lock(sleeps().mutex);
+    sleeps().changed.wait(lock, [&] { return sleeps().milliseconds.size() >= count; });
+}
+
+void HeldSleeps::wake() {
+    const std::lock_guard<std::mutex> lock(sleeps().mutex);
+    ++sleeps().wakings;
+    sleeps().changed.notify_all();
+}
+
+std::vector<long> HeldSleeps::milliseconds() const {
+    const std::lock_guard<std::mutex> lock(sleeps().mutex);
+    return sleeps().milliseconds;
+}
 
 FailingCall::FailingCall(PosixCall call, int error) : call_(call) {
     failureOf(call) = {true, error};
@@ -230,7 +286,7 @@ int __wrap_nanosleep(const timespec* span, timespec* remainder) {
         *remainder = {0, 1000000};
         return -1;
     }
-    return __real_nanosleep(span, remainder);
+    return holdSleep(*span) ? 0 : __real_nanosleep(span, remainder);
 }
 
 int __wrap_pthread_setname_np(pthread_t thread, const char* name) {

@@ -54,6 +54,22 @@ public:
     std::vector<long> limitsInSeconds() const;
 };
 
+/// While it lives, threads sleep until the test wakes them. At its end they all wake. One at a time.
+class HeldSleeps {
+public:
+    HeldSleeps();
+    ~HeldSleeps();
+    HeldSleeps(const HeldSleeps&) = delete;
+    HeldSleeps& operator=(const HeldSleeps&) = delete;
+
+    /// Returns when so many sleeps have begun in all.
+    void awaitSleeps(std::size_t sleeps);
+    /// Wakes all that sleep now.
+    void wake();
+    /// How long each sleep so far was to be.
+    std::vector<long> milliseconds() const;
+};
+
 /// Counts the timed waits that begin while it lives, and lets them be.
 class CountedTimedWaits {
 public:

@@ -388,6 +388,50 @@ TEST_F(ThreadPoolTest, ATaskThatArrivesAsAMinimumThreadTimesOutRunsInItsNextPass
     EXPECT_TRUE(ran.wait());
 }
 
+TEST_F(ThreadPoolTest, AThreadThatRestsAfterItsTasksTakesWhatHasComeMeanwhileWithoutBeingCalled) {
+    HeldSleeps held;
+    Record record;
+    ThreadPool pool(1, 1, "Resting", IDLE_SECONDS);
+    pool.restBetweenTasks(7);
+    enqueue(pool, [&] { record.note("first"); });
+    held.awaitSleeps(1);
+    EXPECT_THAT(record.names(), testing::ElementsAre("first"));
+    for (const char* name : {"second", "third"}) {
+        enqueue(pool, [&record, name] { record.note(name); });
+    }
+    EXPECT_EQ(2u, pool.queueSize());
+    held.wake();
+    held.awaitSleeps(2);
+    EXPECT_THAT(record.names(), testing::ElementsAre("first", "second", "third"));
+    EXPECT_THAT(held.milliseconds(), testing::ElementsAre(7, 7));
+}
+
+TEST_F(ThreadPoolTest, AThreadThatFindsNothingAfterItsRestWaitsToBeCalled) {
+    CountedTimedWaits waits;
+    HeldSleeps held;
+    ThreadPool pool(0, 1, "Rested", IDLE_SECONDS);
+    pool.restBetweenTasks(1);
+    enqueue(pool, [] {});
+    held.awaitSleeps(1);
+    held.wake();
+    waits.awaitCalls(1);
+    Event ran(false);
+    enqueue(pool, [&] { ran.set(); });
+    EXPECT_TRUE(ran.wait());
+}
+
+TEST_F(ThreadPoolTest, APoolMayGoWhileItsThreadRests) {
+    HeldSleeps held;
+    {
+        ThreadPool pool(1, 1, "RestsOn", IDLE_SECONDS);
+        pool.restBetweenTasks(1);
+        enqueue(pool, [] {});
+        held.awaitSleeps(1);
+        enqueue(pool, [] { ADD_FAILURE() << "a dropped task has run"; });
+    }
+    held.wake();
+}
+
 TEST_F(ThreadPoolTest, ALostWakeUpIsMadeGoodWhenTheIdleTimeEnds) {
     HeldTimedWaits held;
     ThreadPool pool(1, 1, "LostWake", IDLE_SECONDS);

@@ -58,7 +58,7 @@ TEST_F(MultiHttpClientImplTest, WithoutAPolicyOfTheHandleARequestIsRefusedAndIts
         client().removePolicy(nature);
         const LogCapture log;
         EXPECT_EQ(enqueue("http://127.0.0.1/"), HttpClientError::POLICY_NOT_AVAILABLE_ERROR);
-        EXPECT_TRUE(log.contains(text));
+        EXPECT_TRUE(log.contains(std::string("] ") + text));
         EXPECT_EQ(log.count("returning borrowed EasyCURLConnection"), 1U);
         EXPECT_EQ(seam_.adds, 0);
     }

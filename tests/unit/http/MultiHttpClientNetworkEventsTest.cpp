@@ -139,5 +139,17 @@ TEST_F(MultiHttpClientNetworkEventsTest, ThePolicyUnderWhichTheRequestWentDecide
                 ElementsAre(IN_USE, IN_USE, "edge: zebnetutils.edge.oauthExpired 127.0.0.1"));
 }
 
+TEST_F(MultiHttpClientNetworkEventsTest, WhatAListenerMakesOfTheRequestDoesntChangeTheReport) {
+    const RefusedPort refused;
+    throughTheEdgeTo(refused.url("/edge"));
+    const auto request = makeRequest("http://inside.invalid/", listener_);
+    listener_->whenAnswered = [&](const Outcome&) {
+        request->setOptions(std::make_shared<HttpRequestOptions>("http://other.invalid/"));
+    };
+    ASSERT_EQ(enqueue(request), HttpClientError::SUCCESS);
+    EXPECT_THAT(told_->waitFor(2), ElementsAre("dropped: zebnetutils.http.hostUnreachableError",
+                                               "edge: zebnetutils.edge.hostUnreachableError 127.0.0.1"));
+}
+
 }  // namespace
 }  // namespace zeb::http::test

@@ -156,6 +156,37 @@ TEST_F(MultiHttpClientRequestTest, ThePoolHasAsManyThreadsAsItWasTold) {
     EXPECT_EQ(listener_->waitFor(5).size(), 5U);
 }
 
+TEST_F(MultiHttpClientRequestTest, WhatCanAskNobodyDoesntWaitForThePool) {
+    LoopbackServer server(hello);
+    LoopbackServer::Gate gate;
+    resolver_->whenAsked = [&] { gate.wait(); };
+    const auto slow = std::make_shared<RecordingListener>();
+    for (std::size_t held = 1; held <= 2; ++held) {
+        ASSERT_EQ(enqueue(makeRequest("http://slow.invalid/", slow)), HttpClientError::SUCCESS);
+        ASSERT_TRUE(gate.waitUntilReached(LoopbackServer::PATIENCE, held));
+    }
+    ASSERT_EQ(enqueue(server.url("/by-address")), HttpClientError::SUCCESS);
+    EXPECT_TRUE(answer(1).completed);
+    const auto request = makeRequest("http://named.invalid/", listener_);
+    const auto proxy = std::make_shared<Proxy>();
+    proxy->setProxyServer(server.url(""), ProxyType::HTTP);
+    request->setProxy(proxy);
+    ASSERT_EQ(enqueue(request), HttpClientError::SUCCESS);
+    EXPECT_TRUE(answer(2).completed);
+    EXPECT_EQ(resolver_->questions, 2);
+    resolver_->answer = false;
+    gate.open();
+    EXPECT_EQ(slow->waitFor(2).size(), 2U);
+}
+
+TEST_F(MultiHttpClientRequestTest, WhatFailsBeforeItsTransferIsToldOnThePoolEvenIfItCouldAskNobody) {
+    std::string thread;
+    listener_->whenAnswered = [&](const Outcome&) { thread = nameOfThisThread(); };
+    ASSERT_EQ(enqueue("http://127.0.0.1/a\nb"), HttpClientError::SUCCESS);
+    EXPECT_EQ(answer(1).result, HttpClientResult::POLICY_NOT_ENFORCED_ERROR);
+    EXPECT_EQ(thread.rfind("zeb::http::Mul", 0), 0U) << thread;
+}
+
 TEST_F(MultiHttpClientRequestTest, AProxyWithoutAUrlIsNone) {
     resolver_->answer = false;
     const auto request = makeRequest("http://nobody.invalid/", listener_);
