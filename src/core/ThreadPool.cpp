@@ -52,11 +52,7 @@ void ThreadPool::enqueue(std::shared_ptr<Task> task, bool blocking, bool priorit
         const ScopedLock lock(*queueMutex_);
         (priority ? priorityQueue_ : normalQueue_)->push_back(std::move(task));
     }
-    if (worker_->hasCapacity()) {
-        worker_->wakeUpThread();
-    } else {
-        worker_->addThread();
-    }
+    worker_->callThread();
     if (blockingTask != nullptr) {
         blockingTask->wait();
     }

@@ -120,9 +120,10 @@ void MultiCurlConnection::giveWay() {
 }
 
 void MultiCurlConnection::setCallingOut(bool calling) {
-    const ScopedLock lock(visitsMutex_);
     callingOut_ = calling;
+    // A visitor counts itself as waiting before it looks at the flag: one of the two is seen in time.
     if (calling && waiting_ != 0) {
+        const ScopedLock lock(visitsMutex_);
         visitorsMayEnter_.broadcast();
     }
 }

@@ -5,6 +5,7 @@
 #include "core/Mutex.h"
 #include "http/OpenSockets.h"
 
+#include <atomic>
 #include <cstddef>
 #include <cstdint>
 #include <pthread.h>
@@ -97,11 +98,11 @@ private:
     Condition visitorsMayEnter_;
     Condition visitorsHaveLeft_;
     bool driving_ = false;
-    pthread_t driver_{};  ///< while driving_
-    bool callingOut_ = false;
-    std::size_t waiting_ = 0;  ///< visitors who wait to be let in
-    std::size_t inside_ = 0;   ///< visitors who have been let in, and have not left
-    std::uint64_t turn_ = 0;   ///< grows whenever all who wait are let in
+    pthread_t driver_{};                   ///< while driving_
+    std::atomic<bool> callingOut_{false};  ///< the two are atomic for setCallingOut() alone
+    std::atomic<std::size_t> waiting_{0};  ///< visitors who wait to be let in
+    std::size_t inside_ = 0;               ///< visitors who have been let in, and have not left
+    std::uint64_t turn_ = 0;               ///< grows whenever all who wait are let in
 };
 
 }  // namespace zeb::http

@@ -12,6 +12,8 @@
 #include <cstdint>
 #include <map>
 #include <memory>
+#include <string>
+#include <vector>
 
 #include <curl/curl.h>
 #include <openssl/evp.h>
@@ -55,14 +57,34 @@ VerifierNumbers& verifierNumbers() {
     return instance;
 }
 
-void append(std::string& text, std::uint64_t number) {
-    text.append(reinterpret_cast<const char*>(&number), sizeof number);
-}
+/// Everything that the judgement of a certificate depends on.
+struct Basis {
+    std::uint64_t verifier = 0;
+    std::uint64_t epoch = 0;
+    IdentityMatchModel::Model model{};
+    long acceptableTlsVersions = 0;
+    std::string sniServerName;
+    std::string serverCurlFQDN;
+    std::vector<std::string> referenceIdentifiers;
+};
 
 /// No two lists of fields give the same text: each is preceded by its length.
 void append(std::string& text, const std::string& field) {
-    append(text, std::uint64_t{field.size()});
-    text.append(field);
+    text.append(std::to_string(field.size())).append(":").append(field);
+}
+
+std::string textOf(const Basis& basis) {
+    std::string text;
+    append(text, std::to_string(basis.verifier));
+    append(text, std::to_string(basis.epoch));
+    append(text, std::to_string(static_cast<int>(basis.model)));
+    append(text, std::to_string(basis.acceptableTlsVersions));
+    append(text, basis.sniServerName);
+    append(text, basis.serverCurlFQDN);
+    for (const std::string& identifier : basis.referenceIdentifiers) {
+        append(text, identifier);
+    }
+    return text;
 }
 
 /// In hexadecimal; empty when OpenSSL has no SHA-256 for us.
@@ -84,27 +106,30 @@ std::string digestOf(const std::string& text) {
 }  // namespace
 
 std::string VerificationLabel::of(const SSLData& sslData, long acceptableTlsVersions) {
-    thread_local std::string text;
-    text.clear();
-    append(text, verifierNumbers().of(sslData.certVerifier));
-    append(text, common::TrustEpoch::current());
-    append(text, static_cast<std::uint64_t>(sslData.identityMatchModel));
-    append(text, static_cast<std::uint64_t>(acceptableTlsVersions));
-    append(text, sslData.sniServerName);
-    // Usually empty before the handshake, which then takes the URL's host: that one libcurl compares itself.
-    append(text, sslData.serverCurlFQDN);
-    for (const std::string& identifier : sslData.referenceIdentifiers) {
-        append(text, identifier);
-    }
+    const std::uint64_t verifier = verifierNumbers().of(sslData.certVerifier);
+    const std::uint64_t epoch = common::TrustEpoch::current();
     // Most requests of a thread are judged alike, one after the other.
-    thread_local std::string lastText;
-    thread_local std::string lastLabel;
-    if (text != lastText || lastLabel.empty()) {
-        const std::string digest = digestOf(text);
-        lastLabel = digest.empty() ? "" : "/dev/null/" + digest;
-        lastText = text;
+    thread_local Basis last;
+    thread_local std::string label;
+    const bool isLast =
+        !label.empty() && last.verifier == verifier && last.epoch == epoch &&
+        last.model == sslData.identityMatchModel && last.acceptableTlsVersions == acceptableTlsVersions &&
+        last.sniServerName == sslData.sniServerName && last.serverCurlFQDN == sslData.serverCurlFQDN &&
+        last.referenceIdentifiers == sslData.referenceIdentifiers;
+    if (!isLast) {
+        // The host's name is usually empty before the handshake, which then takes that of the URL: that one
+        // libcurl compares itself.
+        last = {verifier,
+                epoch,
+                sslData.identityMatchModel,
+                acceptableTlsVersions,
+                sslData.sniServerName,
+                sslData.serverCurlFQDN,
+                sslData.referenceIdentifiers};
+        const std::string digest = digestOf(textOf(last));
+        label = digest.empty() ? "" : "/dev/null/" + digest;
     }
-    return lastLabel;
+    return label;
 }
 
 void VerificationLabel::putOn(HttpRequestData& data) {
