@@ -40,7 +40,9 @@ UnresolvedHostCache::UnresolvedHostCache(std::shared_ptr<dns::DnsHostResolver> r
 UnresolvedHostCache::~UnresolvedHostCache() = default;
 
 bool UnresolvedHostCache::namesHost(const std::string& url) {
-    const std::string bare = HttpUtils::bareUrl(url);
+    const bool isBare = url.find_first_of("@?#") == std::string::npos;
+    const std::string cut = isBare ? "" : HttpUtils::bareUrl(url);
+    const std::string& bare = isBare ? url : cut;
     return HttpUtils::extractProtocolFromHttpUrl(url) != FILE_SCHEME &&
            !needsNoResolution(HttpUtils::extractHostFromHttpUrl(bare), bare);
 }
