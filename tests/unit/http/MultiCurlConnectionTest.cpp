@@ -1,9 +1,9 @@
 #include "core/ScopedLock.h"
 #include "http/MultiCurlConnection.h"
+#include "support/Threads.h"
 #include "unit/http/CurlSeam.h"
 
 #include <atomic>
-#include <chrono>
 #include <thread>
 #include <vector>
 
@@ -42,38 +42,28 @@ TEST(MultiCurlConnectionTest, WithoutAHandleFromLibcurlItIsNullAndSetsNoOption) 
     EXPECT_THAT(options.numbers(), IsEmpty());
 }
 
-TEST(MultiCurlConnectionTest, AVisitorWaitsForOneTurnOfTheDrivingThreadAtMost) {
+TEST(MultiCurlConnectionTest, WhoWaitsForTheDrivingThreadIsInAndOutByItsNextTurn) {
     MultiCurlConnection connection;
-    std::atomic<bool> running{true};
-    std::atomic<int> turns{0};
     connection.startDriving();
-    std::thread driver([&] {
-        while (running) {
-            connection.giveWay();
-            const ScopedLock lock(connection.getMutex());
-            ++turns;
-            // A turn takes its time: the visitors find the mutex taken.
-            std::this_thread::sleep_for(std::chrono::microseconds(200));
-        }
-        connection.stopDriving();
-    });
-    std::vector<std::thread> visitors;
-    for (int i = 0; i < 3; ++i) {
-        visitors.emplace_back([&] {
-            for (int visit = 0; visit < 100; ++visit) {
-                const int before = turns;
+    for (int turn = 0; turn < 20; ++turn) {
+        std::atomic<int> been{0};
+        std::vector<std::thread> visitors;
+        for (int i = 0; i < 3; ++i) {
+            visitors.emplace_back([&] {
                 const MultiCurlConnection::Visit here(connection);
                 const ScopedLock lock(connection.getMutex());
-                // The turn in course, and one that began before this visitor was in line.
-                EXPECT_LE(turns - before, 2);
-            }
-        });
+                ++been;
+            });
+        }
+        EXPECT_TRUE(zeb::test::awaitOthersAsleep());
+        EXPECT_EQ(been, 0);
+        connection.giveWay();
+        EXPECT_EQ(been, 3);
+        for (std::thread& visitor : visitors) {
+            visitor.join();
+        }
     }
-    for (std::thread& visitor : visitors) {
-        visitor.join();
-    }
-    running = false;
-    driver.join();
+    connection.stopDriving();
 }
 
 TEST(MultiCurlConnectionTest, VisitorsWithoutEndDontKeepTheDrivingThreadOut) {
