@@ -148,22 +148,17 @@ bool PoolWorker::queuesEmptyLocked() const {
     return priorityQueue_->empty() && normalQueue_->empty();
 }
 
-void PoolWorker::callThread() {
-    ScopedLock lock(workerMutex_);
-    if (busyCount_ < threadCount_) {
-        lock.unlock();
-        taskArrived_.signal();
-    } else {
-        addThreadLocked();
-    }
+bool PoolWorker::hasCapacity() {
+    const ScopedLock lock(workerMutex_);
+    return busyCount_ < threadCount_;
+}
+
+void PoolWorker::wakeUpThread() {
+    taskArrived_.signal();
 }
 
 void PoolWorker::addThread() {
     const ScopedLock lock(workerMutex_);
-    addThreadLocked();
-}
-
-void PoolWorker::addThreadLocked() {
     const ThreadPool* const pool = pool_;
     if (pool != nullptr && threadCount_ < pool->maxThreads_) {
         createThread(this);

@@ -32,8 +32,10 @@ public:
     /// The life of one pool thread.
     void run() override;
 
-    /// For a task that has come: wakes a thread if some thread runs no task, else makes one.
-    void callThread();
+    /// True when some thread runs no task.
+    bool hasCapacity();
+    /// Wakes one idle thread, if one waits.
+    void wakeUpThread();
     /// Makes a thread unless the pool has as many as it may have, or has been shut down.
     void addThread();
     void setRest(std::uint32_t milliseconds) { restMilliseconds_ = milliseconds; }
@@ -46,7 +48,6 @@ public:
 private:
     ~PoolWorker() override;
 
-    void addThreadLocked();
     bool stayAlive(bool& timedOut, bool& lastThread);
     std::shared_ptr<Task> waitForTask(bool& timedOut);
     std::shared_ptr<Task> takeTask();

@@ -52,7 +52,11 @@ void ThreadPool::enqueue(std::shared_ptr<Task> task, bool blocking, bool priorit
         const ScopedLock lock(*queueMutex_);
         (priority ? priorityQueue_ : normalQueue_)->push_back(std::move(task));
     }
-    worker_->callThread();
+    if (worker_->hasCapacity()) {
+        worker_->wakeUpThread();
+    } else {
+        worker_->addThread();
+    }
     if (blockingTask != nullptr) {
         blockingTask->wait();
     }

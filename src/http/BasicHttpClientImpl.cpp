@@ -345,7 +345,8 @@ void BasicHttpClientImpl::AsyncTask::execute() {
     clientData_.reset();
     if (request == nullptr || request->getListener() == nullptr) {
         SecureStringUtils::ZEBZeroString(requestData_->body);
-        ZEB_LOG_WARNING(log::httpClient(), NO_LISTENER << " Result was " << result);
+        ZEB_LOG_WARNING(log::httpClient(),
+                        "No listener is available to notify the client of the result. Result was " << result);
     } else if (result != HttpClientResult::SUCCESS) {
         ZEB_LOG_INFO(log::httpClient(),
                      "Notifying listener of a failure for request " << requestData_->formattedRequestID());

@@ -133,18 +133,16 @@ HttpClientError::Error MultiHttpClientImpl::RequestProcessing::enqueueClientData
 /// Deliberate: what can't block doesn't go by way of the pool, which is there for what can. Nobody could tell
 /// the difference but by the time that two changes of threads take, more than libcurl's part of a small
 /// request. Whatever fails is done again on a pool thread, and told there.
-bool MultiHttpClientImpl::RequestProcessing::becomesReadyAtOnce(const ClientData& clientData) {
+bool MultiHttpClientImpl::RequestProcessing::becomesReadyAtOnce(ClientData& clientData) {
     const HttpRequestData& requestData = *clientData->getRequestData();
     const Request& request = *requestData.getRequest();
     const std::shared_ptr<Policy> edgePolicy = clientData->getEdgePolicy();
     const bool edgeMayBlock = edgePolicy != EdgePolicy::NEVER_USE_EDGE_POLICY;
-    const bool lookupMayBlock =
-        !useProxy(request) && UnresolvedHostCache::namesHost(request.getOptions()->url);
-    if (!running_ || edgeMayBlock || lookupMayBlock || !enforceEdgeUsagePolicy(clientData, edgePolicy)) {
-        return false;
-    }
-    transfer(clientData);
-    return true;
+    // Which proxy the system wants may be a question to the network itself.
+    const bool lookupMayBlock = UnresolvedHostCache::namesHost(request.getOptions()->url) &&
+                                (request.getIsUseSystemProxy() || !useProxy(request));
+    return running_ && !edgeMayBlock && !lookupMayBlock && enforceEdgeUsagePolicy(clientData, edgePolicy) &&
+           becomeReady(clientData);
 }
 
 void MultiHttpClientImpl::RequestProcessing::enqueueClientData(ClientData clientData) {
@@ -166,7 +164,9 @@ void MultiHttpClientImpl::RequestProcessing::enqueueClientData(ClientData client
         fail(clientData, HttpClientResult::UNRESOLVED_HOST_ERROR);
         return;
     }
-    transfer(std::move(clientData));
+    if (!becomeReady(clientData)) {
+        lose(clientData);
+    }
 }
 
 bool MultiHttpClientImpl::RequestProcessing::enforceEdgeUsagePolicy(
@@ -234,19 +234,18 @@ bool MultiHttpClientImpl::RequestProcessing::applyTransformation(
 }
 
 /// The driving thread adds it: this one would wait for the multi handle, through a wait for the network, and
-/// each of the two would wake the other for each request.
-void MultiHttpClientImpl::RequestProcessing::transfer(ClientData clientData) {
-    {
-        const ScopedLock lock(transfersMutex_);
-        if (running_) {
-            readyTransfers_.push_back(std::move(clientData));
-            if (drivenByThisThread != this) {
-                wakeEvent_.set();
-            }
-            return;
-        }
+/// each of the two would wake the other for each request. Nothing of the request is kept here, as its handle
+/// must end there. False, and nothing taken, when the end has come.
+bool MultiHttpClientImpl::RequestProcessing::becomeReady(ClientData& clientData) {
+    const ScopedLock lock(transfersMutex_);
+    if (!running_) {
+        return false;
     }
-    lose(clientData);
+    readyTransfers_.push_back(std::move(clientData));
+    if (drivenByThisThread != this) {
+        wakeEvent_.set();
+    }
+    return true;
 }
 
 // --- the loop ----------------------------------------------------------------------------------------------

@@ -53,7 +53,7 @@ private:
     using Transfers = std::map<void*, ClientData>;
     class FailTask;
 
-    bool becomesReadyAtOnce(const ClientData& clientData);
+    bool becomesReadyAtOnce(ClientData& clientData);
 
     // On pool threads, or in place of that.
     bool enforceEdgeUsagePolicy(const ClientData& clientData,
@@ -61,7 +61,7 @@ private:
     bool applyTransformation(const std::shared_ptr<HttpRequestData>& requestData) const;
     void logEnforcingResult(EdgeTransformer::TransformRequestResult::Result result) const;
     void onAuthenticationFailed(HttpRequestData& requestData) const;
-    void transfer(ClientData clientData);
+    bool becomeReady(ClientData& clientData);
 
     // On the driving thread.
     void performTransferRequests();

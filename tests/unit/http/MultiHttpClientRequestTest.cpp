@@ -2,6 +2,7 @@
 #include "http/CommonCriteriaUsagePolicy.h"
 #include "http/CurlAnswerEvaluator.h"
 #include "http/Proxy.h"
+#include "http/SystemProxyResolver.h"
 #include "ip/IpFamilyPreferencePolicy.h"
 #include "support/CurlOptionSpy.h"
 #include "support/ProxyHost.h"
@@ -11,6 +12,7 @@
 #include <filesystem>
 #include <fstream>
 #include <iterator>
+#include <mutex>
 #include <optional>
 #include <pthread.h>
 #include <tuple>
@@ -177,6 +179,31 @@ TEST_F(MultiHttpClientRequestTest, WhatCanAskNobodyDoesntWaitForThePool) {
     resolver_->answer = false;
     gate.open();
     EXPECT_EQ(slow->waitFor(2).size(), 2U);
+}
+
+TEST_F(MultiHttpClientRequestTest, WhichProxyTheSystemWantsIsFoundOutOnThePool) {
+    class Resolver : public SystemProxyResolver {
+    public:
+        std::shared_ptr<Proxy> resolveSystemProxy(const std::string&) override {
+            const std::lock_guard<std::mutex> lock(mutex);
+            threads.push_back(nameOfThisThread());
+            return proxy;
+        }
+        std::mutex mutex;  ///< guards threads
+        std::vector<std::string> threads;
+        const std::shared_ptr<Proxy> proxy = std::make_shared<Proxy>();
+    };
+    LoopbackServer server(hello);
+    const auto resolver = std::make_shared<Resolver>();
+    resolver->proxy->setProxyServer(server.url(""), ProxyType::HTTP);
+    const auto request = makeRequest("http://named.invalid/", listener_);
+    request->setSystemProxyResolver(resolver);
+    request->useSystemProxy(true);
+    ASSERT_EQ(enqueue(request), HttpClientError::SUCCESS);
+    EXPECT_TRUE(answer(1).completed);
+    const std::lock_guard<std::mutex> lock(resolver->mutex);
+    // The configuration needs it, too, and has no other thread.
+    EXPECT_THAT(resolver->threads, ElementsAre(nameOfThisThread(), "zeb::http::Mul"));
 }
 
 TEST_F(MultiHttpClientRequestTest, WhatFailsBeforeItsTransferIsToldOnThePoolEvenIfItCouldAskNobody) {
