@@ -15,6 +15,7 @@
 #include "netutils/GlobalInit.h"
 #include "support/FakeCertVerifier.h"
 #include "support/Lab.h"
+#include "support/Threads.h"
 #include "zeblogger/ZEBLogger.h"
 
 #include <algorithm>
@@ -346,5 +347,7 @@ int main(int argc, char** argv) {
     if (zeb::netutils::GlobalInit() != 0) {
         return EXIT_FAILURE;
     }
-    return run(std::chrono::seconds(seconds));
+    const int status = run(std::chrono::seconds(seconds));
+    zeb::test::awaitThreadsThatEnd();
+    return status;
 }

@@ -27,6 +27,24 @@ std::optional<ThreadState> stateOf(const std::filesystem::path& thread) {
                        line.compare(nameEnd + 2, 1, "S") == 0};
 }
 
+/// Pools that live as long as the process. Their idle threads bear their names.
+bool isOfALastingPool(const std::string& thread) {
+    return thread == "SharedPool" || thread == "NetEventReport" || thread == "NetEventNotify";
+}
+
+/// Threads that run a pool's task, or are about to end. One of a pool that has been replaced bears the name
+/// of a lasting one until its end, but is awake by then; one of ThreadSanitizer's own bears that of the main
+/// thread.
+bool threadsAreEnding() {
+    const std::vector<ThreadState> threads = threadStates();
+    const auto main = std::find_if(threads.begin(), threads.end(),
+                                   [](const ThreadState& thread) { return thread.id == getpid(); });
+    return std::any_of(threads.begin(), threads.end(), [&](const ThreadState& thread) {
+        const bool idle = isOfALastingPool(thread.name) && thread.asleep;
+        return thread.name != main->name && !idle;
+    });
+}
+
 }  // namespace
 
 std::vector<ThreadState> threadStates() {
@@ -58,6 +76,11 @@ bool awaitOthersAsleep() {
     };
     // More than once: one that goes on may sleep for a moment, waiting for a lock.
     return awaitThreads(othersSleep, 3);
+}
+
+bool awaitThreadsThatEnd() {
+    // Looked at more than once: a thread that is ending may sleep for a moment, waiting for a lock.
+    return awaitThreads([] { return !threadsAreEnding(); }, 5, std::chrono::seconds(5));
 }
 
 bool awaitThreads(const std::function<bool()>& condition, int times, std::chrono::seconds patience) {
