@@ -5,6 +5,7 @@
 #include <iosfwd>
 #include <memory>
 #include <string>
+#include <typeinfo>
 
 namespace zeb::common {
 
@@ -44,6 +45,14 @@ public:
     struct PolicyEnforcingResult {
         enum EnforcingResult : int { SUCCESS = 0, NOT_ENFORCEABLE = 1, ENFORCING_FAILURE = 2 };
     };
+
+    /// A concrete policy of a lookup's result; null when it is none, or null. Of the very type, which nearly
+    /// all are, without the cost of a dynamic cast.
+    template <typename Concrete, typename Base>
+    static Concrete* as(Base* policy) {
+        return policy != nullptr && typeid(*policy) == typeid(Concrete) ? static_cast<Concrete*>(policy)
+                                                                        : dynamic_cast<Concrete*>(policy);
+    }
 
     /// What a lookup returns in place of null: nature UNKNOWN, name "UNKNOWN".
     inline static const std::shared_ptr<Policy>& UNKNOWN_POLICY = unknownPolicy();

@@ -56,8 +56,8 @@ std::set<std::shared_ptr<Policy>> PolicyDriven::getAllPolicies() const {
 
 bool PolicyDriven::policyFailureCanBeIgnored(const Policy& failed) const {
     ZEB_LOG_DEBUG(log::common(), "Checking if the failure of a policy can be ignored by this object");
-    const auto policy = std::dynamic_pointer_cast<const FailureManagementPolicy>(
-        getPolicy(Policy::PolicyNature::FAILURE_MANAGEMENT));
+    const std::shared_ptr<Policy> failureManagement = getPolicy(Policy::PolicyNature::FAILURE_MANAGEMENT);
+    const auto* const policy = Policy::as<FailureManagementPolicy>(failureManagement.get());
     if (policy == nullptr) {
         ZEB_LOG_WARNING(log::common(),
                         "FailureManagementPolicy policy not available, the failure can't be ignored");

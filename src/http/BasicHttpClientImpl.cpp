@@ -19,6 +19,7 @@
 #include "http/RequestSteps.h"
 #include "netutils/ApplicationEventHandler.h"
 
+#include <mutex>
 #include <utility>
 
 #include <curl/curl.h>
@@ -70,20 +71,6 @@ private:
     bool filled_ = false;
     HttpRequestResult content_;
     Event available_{false};
-};
-
-/// Keeps a request's run to itself: a retry with late proxy credentials waits until the run before has ended
-/// or is parked. Not a lock in the order of locks: nothing but a retry of the same request waits for it, so
-/// the listener may be called within.
-class RunLock {
-public:
-    explicit RunLock(HttpRequestData& requestData) : mutex_(requestData.getRunMutex()) { mutex_.lock(); }
-    ~RunLock() { mutex_.unlock(); }
-    RunLock(const RunLock&) = delete;
-    RunLock& operator=(const RunLock&) = delete;
-
-private:
-    Mutex& mutex_;
 };
 
 void logDisabledByOvtPolicy() {
@@ -184,7 +171,7 @@ HttpClientResult::Result BasicHttpClientImpl::onAuthentiactionFailed(const HttpR
 
 HttpClientResult::Result BasicHttpClientImpl::execute(std::shared_ptr<Request> request, Response& response) {
     const auto requestData = std::make_shared<HttpRequestData>(std::move(request), certVerifier_);
-    const RunLock run(*requestData);
+    const std::lock_guard run(requestData->getRunMutex());
     const std::shared_ptr<Policy> edgePolicy = getPolicy(Policy::PolicyNature::EDGE_USAGE);
     if (RequestSteps::isUnknown(edgePolicy)) {
         ZEB_LOG_ERROR(log::httpClient(), "Edge policy not available");
@@ -327,7 +314,7 @@ BasicHttpClientImpl::AsyncTask::~AsyncTask() {
 
 void BasicHttpClientImpl::AsyncTask::execute() {
     executed_ = true;
-    const RunLock run(*requestData_);
+    const std::lock_guard run(requestData_->getRunMutex());
     const std::shared_ptr<Request>& request = requestData_->getRequest();
     if (request != nullptr && request->isCancelled()) {
         ZEB_LOG_INFO(log::httpClient(), "request has been canceled, return.");
@@ -457,10 +444,11 @@ HttpClientResult::Result finishCompletedTransfer(const HttpClientData& clientDat
                                                  const std::shared_ptr<HttpRequestData>& requestData) {
     RequestSteps::collectAnswer(clientData, requestData);
     requestData->returnEasyCURLConnection();
-    RequestSteps::removeTransformedCookies(clientData, *requestData);
+    const std::shared_ptr<Policy> edgePolicy = clientData.getEdgePolicy();
+    RequestSteps::removeTransformedCookies(edgePolicy, clientData, *requestData);
     RequestSteps::closeFiles(*requestData);
     clientData.getNetworkEvent().notifyNetworkEventReporter(HttpClientResult::SUCCESS, *requestData,
-                                                            clientData.getEdgePolicy());
+                                                            edgePolicy);
     ZEB_LOG_DEBUG(
         log::httpClient(),
         "For request " << requestData->formattedRequestID()
@@ -516,7 +504,7 @@ HttpClientResult::Result BasicHttpClientImpl::executeImpl(
 void BasicHttpClientImpl::retryRequest(const std::shared_ptr<HttpClientData>& clientData,
                                        const std::shared_ptr<HttpRequestData>& requestData,
                                        const Completion& completion) {
-    const RunLock run(*requestData);
+    const std::lock_guard run(requestData->getRunMutex());
     const bool answered = requestData->isAnswered();
     if (answered) {
         detachFromAnswer(*requestData);

@@ -6,8 +6,10 @@
 #include "http/LineText.h"
 
 #include <algorithm>
+#include <array>
 #include <cstddef>
 #include <cstring>
+#include <string_view>
 
 #include <curl/curl.h>
 
@@ -16,6 +18,7 @@ namespace zeb::http {
 namespace {
 
 constexpr std::size_t USUAL_HEADER_SIZE = 512;
+constexpr std::string_view SEPARATOR = ": ";
 
 /// Why the header must not reach the wire; null when it may.
 const char* objectionTo(const HttpHeader& header) {
@@ -46,15 +49,12 @@ CurlHeaders::CurlHeaders(const std::shared_ptr<HttpHeaders>& headers) {
                                                       << " is left out: " << objection);
             continue;
         }
-        std::string line;
-        buildHeader(header, line);
-        if (!append(line)) {
+        if (!append(header)) {
             ZEB_LOG_ERROR(log::httpClient(), "Fail to append header to list, header index: " << index);
             // Deliberate: the lines so far are given up and the list starts anew with the next one. They are
             // wiped, as they may hold secrets.
             clear();
         }
-        SecureStringUtils::ZEBZeroString(line);
     }
 }
 
@@ -72,12 +72,31 @@ void CurlHeaders::clear() {
 
 void CurlHeaders::buildHeader(const HttpHeader& header, std::string& out) {
     // More than the usual size only for a longer line: growing would leave a copy of the value behind.
-    out.reserve(std::max(USUAL_HEADER_SIZE, header.first.size() + 2 + header.second.size()));
-    out.append(header.first).append(": ").append(header.second);
+    out.reserve(std::max(USUAL_HEADER_SIZE, header.first.size() + SEPARATOR.size() + header.second.size()));
+    out.append(header.first).append(SEPARATOR).append(header.second);
 }
 
-bool CurlHeaders::append(const std::string& line) {
-    curl_slist* const extended = curl_slist_append(list_, line.c_str());
+bool CurlHeaders::append(const HttpHeader& header) {
+    const std::size_t size = header.first.size() + SEPARATOR.size() + header.second.size();
+    if (size >= USUAL_HEADER_SIZE) {
+        std::string line;
+        buildHeader(header, line);
+        const bool appended = appendLine(line.c_str());
+        SecureStringUtils::ZEBZeroString(line);
+        return appended;
+    }
+    std::array<char, USUAL_HEADER_SIZE> line;
+    char* end = std::copy(header.first.begin(), header.first.end(), line.data());
+    end = std::copy(SEPARATOR.begin(), SEPARATOR.end(), end);
+    end = std::copy(header.second.begin(), header.second.end(), end);
+    *end = '\0';
+    const bool appended = appendLine(line.data());
+    SecureStringUtils::ZEBZeroMemory(line.data(), size);
+    return appended;
+}
+
+bool CurlHeaders::appendLine(const char* line) {
+    curl_slist* const extended = curl_slist_append(list_, line);
     if (extended == nullptr) {
         return false;  // libcurl has left the list as it was
     }
@@ -90,12 +109,9 @@ void CurlHeaders::appendHeader(const HttpHeader& header) {
         ZEB_LOG_ERROR(log::httpClient(), "Header" << nameOf(header) << " is left out: " << objection);
         return;
     }
-    std::string line;
-    buildHeader(header, line);
-    if (!append(line)) {
+    if (!append(header)) {
         ZEB_LOG_ERROR(log::httpClient(), "Fail to append header to list, header info: " << header.first);
     }
-    SecureStringUtils::ZEBZeroString(line);
 }
 
 void CurlHeaders::appendHeaderForSNI(const std::string& name, const std::string& url, bool isEdgeRequest) {

@@ -40,7 +40,8 @@ public:
     curl_slist* getCurlHeaderList() const { return list_; }
 
 private:
-    bool append(const std::string& line);
+    bool append(const HttpHeader& header);
+    bool appendLine(const char* line);
     void clear();
 
     curl_slist* list_ = nullptr;

@@ -141,9 +141,8 @@ long getFileSize(const std::string& path) {
 
 void encodeUrl(HttpRequestData& data) {
     HttpRequestOptions& options = optionsOf(data);
-    std::string encoded = HttpUtils::encodeForHttp(options.url);
-    if (encoded != options.url) {
-        options.url = std::move(encoded);
+    if (HttpUtils::mustBeEncodedForHttp(options.url)) {
+        options.url = HttpUtils::encodeForHttp(options.url);
         ZEB_LOG_DEBUG(log::httpClient(), "Encoded URL: " << hiddenUrl(data));
     }
 }
@@ -871,7 +870,7 @@ void printInfoElement(std::ostream& text, EasyCURLConnection& connection, CURLIN
 
 }  // namespace
 
-bool CurlHttpUtils::isSetOptError(int code, const std::string& optionName, const std::string& errorText) {
+bool CurlHttpUtils::isSetOptError(int code, std::string_view optionName, std::string_view errorText) {
     if (code == CURLE_OK) {
         return false;
     }
@@ -1208,8 +1207,7 @@ bool CurlHttpUtils::storeCookies(const RequestDataPtr& data) {
 }
 
 void CurlHttpUtils::logOperationTiming(const RequestDataPtr& data) {
-    const std::shared_ptr<EasyCURLConnection> connection = data->getCurlConnection();
-    if (connection == nullptr || connection->getHandle() == nullptr) {
+    if (handleOf(*data) == nullptr) {
         ZEB_LOG_ERROR(log::httpClient(),
                       "Unable to log the operation timing. The provided HttpRequestData does "
                       "not own an EasyCURLConnection");
@@ -1218,6 +1216,7 @@ void CurlHttpUtils::logOperationTiming(const RequestDataPtr& data) {
     if (!ZEBLog_isDebugEnabled(log::httpClient())) {
         return;
     }
+    const std::shared_ptr<EasyCURLConnection> connection = data->getCurlConnection();
     static constexpr std::array<std::pair<CURLINFO, const char*>, 7> ELEMENTS = {{
         {CURLINFO_NAMELOOKUP_TIME, "name lookup"},
         {CURLINFO_CONNECT_TIME, "connect"},

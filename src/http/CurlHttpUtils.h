@@ -131,7 +131,7 @@ public:
     static void closeFile(std::FILE** file);
 
     /// True, with an error in the log, for a code that isn't 0.
-    static bool isSetOptError(int code, const std::string& optionName, const std::string& errorText);
+    static bool isSetOptError(int code, std::string_view optionName, std::string_view errorText);
 };
 
 }  // namespace zeb::http

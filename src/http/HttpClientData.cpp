@@ -1,7 +1,6 @@
 #include "http/HttpClientData.h"
 
 #include "core/Log.h"
-#include "core/ScopedLock.h"
 #include "http/CurlAnswerEvaluator.h"
 #include "http/EasyCURLConnection.h"
 #include "http/HttpRequestData.h"
@@ -13,7 +12,7 @@ namespace zeb::http {
 namespace {
 
 /// It has no state: one serves all.
-std::shared_ptr<CurlAnswerEvaluator> defaultEvaluator() {
+const std::shared_ptr<CurlAnswerEvaluator>& defaultEvaluator() {
     static const auto evaluator = std::make_shared<CurlAnswerEvaluator>();
     return evaluator;
 }
@@ -59,39 +58,39 @@ void HttpClientData::onEasyCURLConnectionReturned() {
 }
 
 std::shared_ptr<EasyCURLConnection> HttpClientData::getEasyCURLConnection() const {
-    const ScopedLock lock(mutex_);
+    const std::lock_guard lock(mutex_);
     return easyConnection_;
 }
 
 void HttpClientData::resetEasyCURLConnection() {
     auto replacement = std::make_shared<EasyCURLConnection>();
-    const ScopedLock lock(mutex_);
+    const std::lock_guard lock(mutex_);
     // Swapped, so that the former handle is closed after the lock has gone.
     easyConnection_.swap(replacement);
 }
 
 std::shared_ptr<common::Policy> HttpClientData::getEdgePolicy() const {
-    const ScopedLock lock(mutex_);
+    const std::lock_guard lock(mutex_);
     return edgePolicy_;
 }
 
 void HttpClientData::setEdgePolicy(std::shared_ptr<common::Policy> policy) {
-    const ScopedLock lock(mutex_);
+    const std::lock_guard lock(mutex_);
     edgePolicy_ = std::move(policy);
 }
 
 bool HttpClientData::getEdgeUsagePolicyCanBeIgnored() const {
-    const ScopedLock lock(mutex_);
+    const std::lock_guard lock(mutex_);
     return edgeUsagePolicyCanBeIgnored_;
 }
 
 void HttpClientData::setEdgeUsagePolicyCanBeIgnored(bool canBeIgnored) {
-    const ScopedLock lock(mutex_);
+    const std::lock_guard lock(mutex_);
     edgeUsagePolicyCanBeIgnored_ = canBeIgnored;
 }
 
 std::shared_ptr<CurlAnswerEvaluator> HttpClientData::getCurlAnswerEvaluator() const {
-    const ScopedLock lock(mutex_);
+    const std::lock_guard lock(mutex_);
     return curlAnswerEvaluator_;
 }
 
@@ -99,8 +98,8 @@ void HttpClientData::setCurlAnswerEvaluator(std::shared_ptr<CurlAnswerEvaluator>
     if (evaluator == nullptr) {
         evaluator = defaultEvaluator();
     }
-    const ScopedLock lock(mutex_);
-    curlAnswerEvaluator_ = std::move(evaluator);
+    const std::lock_guard lock(mutex_);
+    curlAnswerEvaluator_.swap(evaluator);
 }
 
 }  // namespace zeb::http

@@ -2,10 +2,10 @@
 
 #include "core/Event.h"
 #include "core/Export.h"
-#include "core/Mutex.h"
 #include "http/HttpNetworkEvent.h"
 
 #include <memory>
+#include <mutex>
 
 namespace zeb::common {
 class Policy;
@@ -62,7 +62,7 @@ protected:
 private:
     const HttpNetworkEvent networkEvent_;
     const std::shared_ptr<EdgeTransformer> edgeTransformer_;
-    mutable Mutex mutex_;  ///< guards the pointers and the flag below, never held during a call out
+    mutable std::mutex mutex_;  ///< guards the pointers and the flag below, never held during a call out
     std::shared_ptr<common::Policy> edgePolicy_;
     bool edgeUsagePolicyCanBeIgnored_ = false;
     const std::shared_ptr<Event> connectionAvailable_;  ///< null when nobody ever waits

@@ -31,6 +31,12 @@ std::string optionsUrlOf(const HttpRequestData& requestData) {
     return options == nullptr ? std::string() : options->url;
 }
 
+/// Nearly all reports are this one. Never destroyed: transfers may still report while the process ends.
+const std::string& requestSuccessful() {
+    static const auto& label = *new std::string("zebnetutils.http.clientRequestSuccessful");
+    return label;
+}
+
 void addConnectionFailure(EdgeEvents& events, HttpClientResult::Result result, const std::string& url,
                           const std::string& prefix) {
     const auto add = [&](const char* suffix) { events.push_back({prefix + suffix, url}); };
@@ -101,7 +107,7 @@ void HttpNetworkEvent::notifyHttpEvents(HttpClientResult::Result result) const {
     }
     switch (result) {
         case HttpClientResult::SUCCESS:
-            reporter_->hintNetworkIsInUse("zebnetutils.http.clientRequestSuccessful");
+            reporter_->hintNetworkIsInUse(requestSuccessful());
             break;
         case HttpClientResult::UNRESOLVED_HOST_ERROR:
             reporter_->hintNetworkInterfaceMightHaveDropped("zebnetutils.http.unresolvedHostError");

@@ -1,7 +1,6 @@
 #include "http/HttpRequestData.h"
 
 #include "core/Log.h"
-#include "core/ScopedLock.h"
 #include "core/SecureStringUtils.h"
 #include "http/CommonCriteriaUsagePolicy.h"
 #include "http/CurlHttpUtils.h"
@@ -67,7 +66,9 @@ HttpRequestData::~HttpRequestData() {
     // Whoever had it delivered has wiped it; what nobody was told is wiped here.
     SecureStringUtils::ZEBZeroString(body);
     setConnectToList(nullptr);
-    returnEasyCURLConnection();
+    if (ownsConnection_) {  // nobody else is left who could
+        returnEasyCURLConnection();
+    }
 }
 
 std::string HttpRequestData::formattedRequestID() const {
@@ -76,7 +77,7 @@ std::string HttpRequestData::formattedRequestID() const {
 
 void HttpRequestData::consumeEasyCURLConnection(std::shared_ptr<EasyCURLConnection> connection,
                                                 std::shared_ptr<HttpClientData> clientData) {
-    const ScopedLock lock(connectionMutex_);
+    const std::lock_guard lock(connectionMutex_);
     if (ownsConnection_) {
         return;
     }
@@ -89,7 +90,7 @@ void HttpRequestData::consumeEasyCURLConnection(std::shared_ptr<EasyCURLConnecti
 
 void HttpRequestData::returnEasyCURLConnection() {
     std::shared_ptr<HttpClientData> lender;  // outlives the lock: a lender may hold the last pointer to us
-    const ScopedLock lock(connectionMutex_);
+    const std::lock_guard lock(connectionMutex_);
     if (!ownsConnection_) {
         return;
     }
@@ -106,38 +107,38 @@ void HttpRequestData::returnEasyCURLConnection() {
 }
 
 bool HttpRequestData::ownsEasyCURLConnection() const {
-    const ScopedLock lock(connectionMutex_);
+    const std::lock_guard lock(connectionMutex_);
     return ownsConnection_;
 }
 
 std::shared_ptr<EasyCURLConnection> HttpRequestData::getCurlConnection() const {
-    const ScopedLock lock(connectionMutex_);
+    const std::lock_guard lock(connectionMutex_);
     return curlConnection_;
 }
 
 bool HttpRequestData::hasFailoverUrl() const {
-    const ScopedLock lock(failoverMutex_);
+    const std::lock_guard lock(failoverMutex_);
     return !failoverUrls_.empty();
 }
 
 void HttpRequestData::setFailoverUrls(const std::deque<std::string>& urls) {
-    const ScopedLock lock(failoverMutex_);
+    const std::lock_guard lock(failoverMutex_);
     failedUrlInfo_.clear();
     failoverUrls_ = urls;
 }
 
 bool HttpRequestData::hasFailedUrl() const {
-    const ScopedLock lock(failoverMutex_);
+    const std::lock_guard lock(failoverMutex_);
     return !failedUrlInfo_.empty();
 }
 
 std::vector<FailedUrlInfo> HttpRequestData::getFailedUrlInfo() const {
-    const ScopedLock lock(failoverMutex_);
+    const std::lock_guard lock(failoverMutex_);
     return failedUrlInfo_;
 }
 
 void HttpRequestData::switchUrls(HttpClientResult::Result result) {
-    const ScopedLock lock(failoverMutex_);
+    const std::lock_guard lock(failoverMutex_);
     if (failoverUrls_.empty() || getRequest() == nullptr || getRequest()->getOptions() == nullptr) {
         return;
     }

@@ -1,7 +1,6 @@
 #pragma once
 
 #include "core/Export.h"
-#include "core/Mutex.h"
 #include "http/EdgeTransformer.h"
 #include "http/FailedUrlInfo.h"
 #include "http/HttpClientResult.h"
@@ -14,6 +13,7 @@
 #include <cstdint>
 #include <deque>
 #include <memory>
+#include <mutex>
 #include <string>
 #include <utility>
 #include <vector>
@@ -37,7 +37,8 @@ struct HttpRequestOptions;
 /// object that libcurl's callbacks are given. While the transfer runs it owns the client's easy handle.
 ///
 /// connectionMutex_ guards the ownership of the handle, failoverMutex_ the failover URLs; all else belongs to
-/// the one thread that runs the transfer.
+/// the one thread that runs the transfer. There is one of these for each request: its locks are those that
+/// need no memory of their own.
 class ZEBNETUTILS_EXPORT HttpRequestData : public Response {
 public:
     HttpRequestData(std::shared_ptr<Request> request, std::shared_ptr<CertVerifier> certVerifier);
@@ -94,8 +95,10 @@ public:
     void setCommonCriteriaUsageCanBeIgnored(bool canBeIgnored);
     HttpClientResult::Result enforceCommonCriteriaUsagePolicy();
 
-    /// Held by the thread that runs the request, but for the time in which the request is parked.
-    Mutex& getRunMutex() { return runMutex_; }
+    /// Held by the thread that runs the request, but for the time in which the request is parked: a retry
+    /// with late proxy credentials waits until the run before has ended or is parked. Not a lock in the order
+    /// of locks: nothing but a retry of the same request waits for it, so the listener may be called within.
+    std::recursive_mutex& getRunMutex() { return runMutex_; }
 
     /// Whoever waited for the request has its answer: a run after that is nobody's. Under the run mutex.
     bool isAnswered() const { return answered_; }
@@ -109,7 +112,7 @@ private:
     void readIdentity(const HttpRequestOptions& options);
     void switchUrls(HttpClientResult::Result result);
 
-    Mutex runMutex_;
+    std::recursive_mutex runMutex_;
     bool answered_ = false;
     RequestWrapper wrapper_;
     const std::uint32_t requestId_;
@@ -120,13 +123,13 @@ private:
     std::shared_ptr<EasyCURLConnection> curlConnection_;
     bool ownsConnection_ = false;
     std::atomic<void*> easyHandle_{nullptr};  ///< written with curlConnection_
-    mutable Mutex connectionMutex_;
+    mutable std::mutex connectionMutex_;
     std::shared_ptr<HttpClientData> clientData_;
     std::shared_ptr<ip::IpFamilyPreferencePolicy> ipFamilyPreferencePolicy_;
     bool ipFamilyPreferencePolicyCanBeIgnored_ = true;
     std::deque<std::string> failoverUrls_;
     std::vector<FailedUrlInfo> failedUrlInfo_;
-    mutable Mutex failoverMutex_;
+    mutable std::mutex failoverMutex_;
     std::shared_ptr<CommonCriteriaUsagePolicy> commonCriteriaUsagePolicy_;
     bool commonCriteriaUsageCanBeIgnored_ = true;
     curl_slist* connectToList_ = nullptr;

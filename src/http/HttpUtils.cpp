@@ -61,7 +61,9 @@ std::string_view insideBrackets(std::string_view authority) {
 bool hasIpv6Authority(std::string_view url) {
     const std::size_t start = authorityStart(url);
     const std::string_view authority = between(url, start, url.find('/', start));
-    return ip::numericFamily(insideBrackets(authority)) == ip::NumericFamily::IPV6;
+    // With a single colon it is none: nearly every authority, without a closer look.
+    return std::count(authority.begin(), authority.end(), ':') > 1 &&
+           ip::numericFamily(insideBrackets(authority)) == ip::NumericFamily::IPV6;
 }
 
 std::string_view hostOf(std::string_view url) {
@@ -193,6 +195,10 @@ std::string HttpUtils::extractRequestFromHttpUrl(const std::string& url) {
 
 bool HttpUtils::checkUrlForIpV6(const std::string& url) {
     return !isEmpty(url) && hasIpv6Authority(url);
+}
+
+bool HttpUtils::mustBeEncodedForHttp(const std::string& url) {
+    return std::any_of(url.begin(), url.end(), mustBeEncoded);
 }
 
 std::string HttpUtils::encodeForHttp(const std::string& url) {

@@ -68,6 +68,8 @@ public:
     /// other byte as it is, "%" included, so that encoding twice does no harm (and so that a literal "%" is
     /// the caller's to encode). Control characters pass, a NUL among them.
     static std::string encodeForHttp(const std::string& url);
+    /// Whether encodeForHttp() would change it.
+    static bool mustBeEncodedForHttp(const std::string& url);
 
     /// "example.com" of "https://srv.example.com/": the host behind its first ".". Empty when the host has no
     /// "." or no letter follows it, as in an IPv4 address.

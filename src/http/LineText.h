@@ -10,7 +10,8 @@ namespace zeb::http {
 /// True for a text that must not become part of a line on the wire: a CR or LF in it would end the line and
 /// let the rest pass for a header or a request of its own (RFC 9110 5.5), a NUL would cut it short.
 inline bool breaksLine(std::string_view text) {
-    return text.find_first_of(std::string_view("\r\n\0", 3)) != std::string_view::npos;
+    // A search for one of a set would be a call of the library's for each character.
+    return std::any_of(text.begin(), text.end(), [](char c) { return c == '\r' || c == '\n' || c == '\0'; });
 }
 
 /// The same for a text of which a part is percent-decoded later on: "%0D", "%0a" and "%00" count as well.

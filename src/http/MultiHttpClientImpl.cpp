@@ -76,7 +76,8 @@ MultiHttpClientImpl::MultiHttpClientImpl(const std::set<std::shared_ptr<Policy>>
       multiConnection_(std::make_shared<MultiCurlConnection>()),
       reporter_(std::move(reporter)),
       curlAnswerEvaluator_(std::make_shared<CurlAnswerEvaluator>()),
-      requestProcessing_(std::make_shared<RequestProcessing>(multiConnection_, std::move(resolver), threads)),
+      requestProcessing_(std::make_shared<RequestProcessing>(
+          multiConnection_, HttpNetworkEvent(reporter_, edgeTransformer_), std::move(resolver), threads)),
       processingThread_(std::make_unique<Thread>(multiConnection_->threadName(DRIVING_THREAD))) {
     ZEB_LOG_INFO(log::httpClient(), multiConnection_->logPrefix()
                                         << "constructing new instance of MultiHttpClientImpl");
@@ -212,7 +213,6 @@ HttpClientError::Error MultiHttpClientImpl::enqueueRequest(const std::shared_ptr
         clientData->setCurlAnswerEvaluator(curlAnswerEvaluator_);
     }
     clientData->setEdgeUsagePolicyCanBeIgnored(policyFailureCanBeIgnored(*edgePolicy));
-    requestData->getSSLData().certVerifier = certVerifier_;
     clientData->setEdgePolicy(edgePolicy);
     if (fileOperation != HTTPFileOperation::NONE) {
         requestData->getWrapper().fileOperation = fileOperation;

@@ -33,6 +33,7 @@ constexpr unsigned int MIN_POOL_THREADS = 1;
 constexpr unsigned int POOL_IDLE_SECONDS = 60;
 constexpr long IDLE_WAIT_MS = 30000;
 constexpr int ACTIVITY_WAIT_MS = 20000;
+constexpr std::size_t MANY_SPARE_TRANSFERS = 64;
 
 /// Whose loop the thread runs.
 thread_local const Runnable* drivenByThisThread = nullptr;
@@ -108,9 +109,10 @@ private:
 };
 
 MultiHttpClientImpl::RequestProcessing::RequestProcessing(
-    std::shared_ptr<MultiCurlConnection> multiConnection, std::shared_ptr<dns::DnsHostResolver> resolver,
-    unsigned int threads)
+    std::shared_ptr<MultiCurlConnection> multiConnection, HttpNetworkEvent networkEvent,
+    std::shared_ptr<dns::DnsHostResolver> resolver, unsigned int threads)
     : multiConnection_(std::move(multiConnection)),
+      networkEvent_(std::move(networkEvent)),
       unresolvedHostCache_(std::move(resolver)),
       // With no thread at all no request would ever be answered.
       enqueuePool_(MIN_POOL_THREADS, std::max(threads, MIN_POOL_THREADS),
@@ -336,11 +338,24 @@ void MultiHttpClientImpl::RequestProcessing::addReadyTransfers() {
                 ZEB_LOG_DEBUG(log::httpClient(), prefix()
                                                      << "adding request " << requestData.formattedRequestID()
                                                      << " to active transfers queue");
-                activeTransfers_[requestData.getEasyHandle()] = std::move(clientData);
+                addToActiveTransfers(requestData.getEasyHandle(), std::move(clientData));
             }
         }
     }
     batch_.clear();
+}
+
+/// With transfersMutex_ held. Under load each transfer that comes takes the place of one that has ended.
+void MultiHttpClientImpl::RequestProcessing::addToActiveTransfers(void* easy, ClientData clientData) {
+    if (spareTransfers_.empty()) {
+        activeTransfers_.emplace(easy, std::move(clientData));
+        return;
+    }
+    Transfers::node_type transfer = std::move(spareTransfers_.back());
+    spareTransfers_.pop_back();
+    transfer.key() = easy;
+    transfer.mapped() = std::move(clientData);
+    activeTransfers_.insert(std::move(transfer));
 }
 
 bool MultiHttpClientImpl::RequestProcessing::addToMultiHandle(void* easy) {
@@ -448,7 +463,10 @@ MultiHttpClientImpl::RequestProcessing::ClientData MultiHttpClientImpl::RequestP
     const auto active = activeTransfers_.find(easy);
     if (active != activeTransfers_.end()) {
         clientData = std::move(active->second);
-        activeTransfers_.erase(active);
+        Transfers::node_type transfer = activeTransfers_.extract(active);
+        if (spareTransfers_.size() < MANY_SPARE_TRANSFERS) {
+            spareTransfers_.push_back(std::move(transfer));
+        }
         return clientData;
     }
     // A cancelled one isn't told to anybody; releaseEndedTransfers() sees to the handle.
@@ -494,13 +512,12 @@ void MultiHttpClientImpl::RequestProcessing::notifyListener(const ClientData& cl
                                                  << requestData.formattedRequestID());
         return;
     }
+    const std::shared_ptr<Policy> edgePolicy = clientData->getEdgePolicy();
     if (result == HttpClientResult::SUCCESS) {
-        collectAnswer(clientData);
+        collectAnswer(clientData, edgePolicy);
     }
-    const HttpNetworkEvent& networkEvent = clientData->getNetworkEvent();
     // Made before the listener is called: that may make another request of this one's options.
-    outcomes_.push_back(
-        {networkEvent, networkEvent.reportOf(result, requestData, clientData->getEdgePolicy())});
+    outcomes_.push_back(networkEvent_.reportOf(result, requestData, edgePolicy));
     if (result == HttpClientResult::SUCCESS) {
         ZEB_LOG_INFO(log::httpClient(), prefix()
                                             << "Notifying listener of a completed transfer, request "
@@ -519,13 +536,14 @@ void MultiHttpClientImpl::RequestProcessing::notifyListener(const ClientData& cl
 }
 
 void MultiHttpClientImpl::RequestProcessing::reportOutcomes() {
-    for (const auto& [networkEvent, report] : outcomes_) {
-        networkEvent.tell(report);
+    for (const HttpNetworkEvent::Report& report : outcomes_) {
+        networkEvent_.tell(report);
     }
     outcomes_.clear();
 }
 
-void MultiHttpClientImpl::RequestProcessing::collectAnswer(const ClientData& clientData) {
+void MultiHttpClientImpl::RequestProcessing::collectAnswer(const ClientData& clientData,
+                                                           const std::shared_ptr<Policy>& edgePolicy) {
     const std::shared_ptr<HttpRequestData>& requestData = clientData->getRequestData();
     RequestSteps::collectAnswer(*clientData, requestData, prefix());
     if (!CurlHttpUtils::getResponseCode(requestData.get())) {
@@ -535,7 +553,7 @@ void MultiHttpClientImpl::RequestProcessing::collectAnswer(const ClientData& cli
     ZEB_LOG_INFO(log::httpClient(), prefix() << "Http Response Code " << requestData->responseCode
                                              << " connect code " << requestData->connectCode
                                              << " for request " << requestData->formattedRequestID());
-    RequestSteps::removeTransformedCookies(*clientData, *requestData, prefix());
+    RequestSteps::removeTransformedCookies(edgePolicy, *clientData, *requestData, prefix());
     RequestSteps::closeFiles(*requestData);
 }
 

@@ -30,7 +30,7 @@ namespace zeb::http {
 class MultiHttpClientImpl::RequestProcessing : public Runnable,
                                                public std::enable_shared_from_this<RequestProcessing> {
 public:
-    RequestProcessing(std::shared_ptr<MultiCurlConnection> multiConnection,
+    RequestProcessing(std::shared_ptr<MultiCurlConnection> multiConnection, HttpNetworkEvent networkEvent,
                       std::shared_ptr<dns::DnsHostResolver> resolver, unsigned int threads);
     ~RequestProcessing() override;
 
@@ -68,6 +68,7 @@ private:
     int performMultiRequests();
     void addReadyTransfers();
     bool addToMultiHandle(void* easy);
+    void addToActiveTransfers(void* easy, ClientData clientData);
     void tellOfFallenCount();
     bool waitForActivity();
     bool decideToWait();
@@ -76,7 +77,7 @@ private:
     ClientData takeTransfer(void* easy);
     bool failOver(const ClientData& clientData, HttpClientResult::Result result, int curlCode);
     void notifyListener(const ClientData& clientData, HttpClientResult::Result result);
-    void collectAnswer(const ClientData& clientData);
+    void collectAnswer(const ClientData& clientData, const std::shared_ptr<common::Policy>& edgePolicy);
     void releaseEndedTransfers();
     void reportOutcomes();
     void giveUpTransfers();
@@ -89,6 +90,7 @@ private:
     Event wakeEvent_{false};
     std::atomic<bool> running_{true};  ///< written under transfersMutex_
     const std::shared_ptr<MultiCurlConnection> multiConnection_;
+    const HttpNetworkEvent networkEvent_;
     Transfers activeTransfers_;
     Mutex
         transfersMutex_;  ///< guards activeTransfers_ and the fields from readyTransfers_ to endedTransfers_
@@ -99,12 +101,13 @@ private:
     std::vector<std::pair<void*, ClientData>> endedTransfers_;  ///< cancelled, and over
 
     // Of the driving thread alone.
-    std::vector<ClientData> batch_;  ///< empty between two additions
-    int inTransfer_ = 0;             ///< running after the last perform, and added since
-    bool someHaveEnded_ = false;     ///< in the last perform
+    std::vector<ClientData> batch_;                     ///< empty between two additions
+    std::vector<Transfers::node_type> spareTransfers_;  ///< of activeTransfers_, empty
+    int inTransfer_ = 0;                                ///< running after the last perform, and added since
+    bool someHaveEnded_ = false;                        ///< in the last perform
     /// Reported together once all that have ended have been told: each report wakes the reporter's thread if
     /// that is asleep.
-    std::vector<std::pair<HttpNetworkEvent, HttpNetworkEvent::Report>> outcomes_;
+    std::vector<HttpNetworkEvent::Report> outcomes_;
 
     ThreadPool enqueuePool_;
 };

@@ -15,6 +15,8 @@
 #include "netutils/GlobalEdgeStateController.h"
 #include "qrmcoreutils/QRMCoreUtils.h"
 
+#include <utility>
+
 #include <curl/curl.h>
 
 namespace zeb::http {
@@ -36,6 +38,13 @@ void collectAddresses(const std::shared_ptr<HttpRequestData>& requestData, const
     ZEB_LOG_DEBUG(log::httpClient(), prefix << "Request " << requestData->formattedRequestID()
                                             << " local address " << requestData->localIpAddress
                                             << ", destination address " << requestData->destinationIpAddress);
+}
+
+/// Null when it is another kind of policy.
+template <typename Concrete>
+std::shared_ptr<Concrete> concrete(std::shared_ptr<Policy> policy) {
+    auto* const same = Policy::as<Concrete>(policy.get());
+    return same == nullptr ? nullptr : std::shared_ptr<Concrete>(std::move(policy), same);
 }
 
 /// Nothing has been rewritten before the edge layer has started. To ask that would mean to wait for its
@@ -69,22 +78,20 @@ std::set<std::shared_ptr<Policy>> RequestSteps::defaultPolicies() {
 
 void RequestSteps::setPoliciesToRequestData(const common::PolicyDriven& client, HttpRequestData& requestData,
                                             const char* noCommonCriteria, const std::string& prefix) {
-    const std::shared_ptr<Policy> ipFamily = client.getPolicy(Policy::PolicyNature::IP_FAMILY_PREFERENCE);
+    std::shared_ptr<Policy> ipFamily = client.getPolicy(Policy::PolicyNature::IP_FAMILY_PREFERENCE);
     if (isUnknown(ipFamily)) {
         ZEB_LOG_WARNING(log::httpClient(), prefix << "IP family policy not available.");
     } else {
-        requestData.setIpFamilyPreferencePolicy(
-            std::dynamic_pointer_cast<ip::IpFamilyPreferencePolicy>(ipFamily));
         requestData.setIpFamilyPreferencePolicyCanBeIgnored(client.policyFailureCanBeIgnored(*ipFamily));
+        requestData.setIpFamilyPreferencePolicy(concrete<ip::IpFamilyPreferencePolicy>(std::move(ipFamily)));
     }
-    const std::shared_ptr<Policy> commonCriteria =
-        client.getPolicy(Policy::PolicyNature::COMMON_CRITERIA_USAGE);
+    std::shared_ptr<Policy> commonCriteria = client.getPolicy(Policy::PolicyNature::COMMON_CRITERIA_USAGE);
     if (isUnknown(commonCriteria)) {
         ZEB_LOG_WARNING(log::httpClient(), prefix << noCommonCriteria);
     } else {
-        requestData.setCommonCriteriaUsagePolicy(
-            std::dynamic_pointer_cast<CommonCriteriaUsagePolicy>(commonCriteria));
         requestData.setCommonCriteriaUsageCanBeIgnored(client.policyFailureCanBeIgnored(*commonCriteria));
+        requestData.setCommonCriteriaUsagePolicy(
+            concrete<CommonCriteriaUsagePolicy>(std::move(commonCriteria)));
     }
 }
 
@@ -113,7 +120,7 @@ void RequestSteps::setUserAgentToRequestData(HttpRequestData& requestData, const
 RequestSteps::EnforcingResult::EnforcingResult RequestSteps::enforceEdge(
     const std::shared_ptr<Policy>& policy, const std::shared_ptr<HttpRequestData>& requestData,
     const HttpClientData& clientData) {
-    const auto edgePolicy = std::dynamic_pointer_cast<EdgePolicy>(policy);
+    const auto* const edgePolicy = Policy::as<EdgePolicy>(policy.get());
     return edgePolicy == nullptr ? EnforcingResult::ENFORCING_FAILURE
                                  : edgePolicy->enforce(requestData, clientData.getEdgeTransformer());
 }
@@ -179,14 +186,14 @@ void RequestSteps::collectAnswer(const HttpClientData& clientData,
     }
 }
 
-void RequestSteps::removeTransformedCookies(const HttpClientData& clientData, HttpRequestData& requestData,
+void RequestSteps::removeTransformedCookies(const std::shared_ptr<Policy>& policy,
+                                            const HttpClientData& clientData, HttpRequestData& requestData,
                                             const std::string& prefix) {
-    const std::shared_ptr<Policy> policy = clientData.getEdgePolicy();
     if (isUnknown(policy)) {
         ZEB_LOG_DEBUG(log::httpClient(), prefix << "Edge policy not available.");
         return;
     }
-    const auto edgePolicy = std::dynamic_pointer_cast<EdgePolicy>(policy);
+    const auto* const edgePolicy = Policy::as<EdgePolicy>(policy.get());
     if (edgePolicy == nullptr || isBeforeTheEdge(*edgePolicy, clientData, requestData) ||
         edgePolicy->enforce(requestData, requestData.getWrapper().url, clientData.getEdgeTransformer()) !=
             EnforcingResult::SUCCESS) {

@@ -60,7 +60,9 @@ public:
     static void collectAnswer(const HttpClientData& clientData,
                               const std::shared_ptr<HttpRequestData>& requestData,
                               const std::string& prefix = {});
-    static void removeTransformedCookies(const HttpClientData& clientData, HttpRequestData& requestData,
+    /// By the edge policy of the client that the request went with.
+    static void removeTransformedCookies(const std::shared_ptr<common::Policy>& policy,
+                                         const HttpClientData& clientData, HttpRequestData& requestData,
                                          const std::string& prefix = {});
     static void closeFiles(HttpRequestData& requestData);
 };

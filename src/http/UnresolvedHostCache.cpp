@@ -40,7 +40,8 @@ UnresolvedHostCache::UnresolvedHostCache(std::shared_ptr<dns::DnsHostResolver> r
 UnresolvedHostCache::~UnresolvedHostCache() = default;
 
 bool UnresolvedHostCache::namesHost(const std::string& url) {
-    const bool isBare = url.find_first_of("@?#") == std::string::npos;
+    const bool isBare =
+        std::none_of(url.begin(), url.end(), [](char c) { return c == '@' || c == '?' || c == '#'; });
     const std::string cut = isBare ? "" : HttpUtils::bareUrl(url);
     const std::string& bare = isBare ? url : cut;
     return HttpUtils::extractProtocolFromHttpUrl(url) != FILE_SCHEME &&

@@ -103,9 +103,8 @@ std::string digestOf(const std::string& text) {
     return hexadecimal;
 }
 
-}  // namespace
-
-std::string VerificationLabel::of(const SSLData& sslData, long acceptableTlsVersions) {
+/// Valid until the next call on this thread.
+const std::string& labelOf(const SSLData& sslData, long acceptableTlsVersions) {
     const std::uint64_t verifier = verifierNumbers().of(sslData.certVerifier);
     const std::uint64_t epoch = common::TrustEpoch::current();
     // Most requests of a thread are judged alike, one after the other.
@@ -132,12 +131,19 @@ std::string VerificationLabel::of(const SSLData& sslData, long acceptableTlsVers
     return label;
 }
 
+}  // namespace
+
+std::string VerificationLabel::of(const SSLData& sslData, long acceptableTlsVersions) {
+    return labelOf(sslData, acceptableTlsVersions);
+}
+
 void VerificationLabel::putOn(HttpRequestData& data) {
     CURL* const curl = data.getEasyHandle();
     if (curl == nullptr) {
         return;
     }
-    const std::string label = of(data.getSSLData(), data.getRequest()->getOptions()->acceptableTlsVersions);
+    const std::string& label =
+        labelOf(data.getSSLData(), data.getRequest()->getOptions()->acceptableTlsVersions);
     if (label.empty() || curl_easy_setopt(curl, CURLOPT_CAPATH, label.c_str()) != CURLE_OK) {
         // Without a label: a connection of this request's own, for it alone.
         curl_easy_setopt(curl, CURLOPT_FRESH_CONNECT, 1L);

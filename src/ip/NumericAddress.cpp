@@ -57,6 +57,33 @@ NumericFamily familyOfUsualSpelling(std::string_view text) {
     return inet_pton(AF_INET6, terminated.data(), &bytes) == 1 ? NumericFamily::IPV6 : NumericFamily::NONE;
 }
 
+/// "10.1.2.3": four decimal numbers up to 255 without leading zeros, as nearly all addresses are written. No
+/// for whatever else the resolver may accept.
+bool isDottedQuad(std::string_view text) {
+    int numbers = 0;
+    std::size_t at = 0;
+    while (at < text.size() && isDigit(text[at])) {
+        const bool zero = text[at] == '0';
+        int value = 0;
+        const std::size_t begin = at;
+        for (; at < text.size() && isDigit(text[at]) && at - begin < 3; ++at) {
+            value = value * 10 + (text[at] - '0');
+        }
+        if (value > 255 || (zero && at - begin > 1)) {
+            return false;
+        }
+        ++numbers;
+        if (at == text.size()) {
+            return numbers == 4;
+        }
+        if (text[at] != '.' || numbers == 4) {
+            return false;
+        }
+        ++at;
+    }
+    return false;
+}
+
 NumericFamily askResolver(const std::string& text) {
     const ScopedWinSockInitialiser sockets;
     addrinfo hints{};
@@ -80,6 +107,9 @@ NumericFamily askResolver(const std::string& text) {
 }  // namespace
 
 NumericFamily numericFamily(std::string_view text) {
+    if (isDottedQuad(text)) {
+        return NumericFamily::IPV4;
+    }
     if (!hasIpv4Characters(text) && !hasIpv6Characters(text)) {
         return NumericFamily::NONE;
     }

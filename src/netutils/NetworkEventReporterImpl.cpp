@@ -37,8 +37,19 @@ public:
         return instance;
     }
 
+    /// Under load nearly every report is the hint that the network is in use: a row of them is one task.
+    void enqueueHint(Type type, const std::string& label,
+                     const std::shared_ptr<NetworkEventReporterObserver>& observer) {
+        const ScopedLock lock(mutex_);
+        const std::shared_ptr<NetworkEventTask> last = last_.lock();
+        if (last == nullptr || !last->takeUp(type, label, observer)) {
+            enqueueLocked(std::make_shared<NetworkEventTask>(type, label, observer));
+        }
+    }
+
     void enqueue(std::shared_ptr<NetworkEventTask> task) {
-        provide()->enqueue(std::move(task), false, false);
+        const ScopedLock lock(mutex_);
+        enqueueLocked(std::move(task));
     }
 
     void clearQueue() {
@@ -51,6 +62,7 @@ public:
         const ScopedLock lock(mutex_);
         // Swapped, so that the former pool and its tasks are dropped after the lock has gone.
         pool_.swap(pool);
+        last_.reset();
     }
 
 private:
@@ -59,21 +71,23 @@ private:
         return pool_;
     }
 
-    std::shared_ptr<ThreadPool> provide() {
-        const ScopedLock lock(mutex_);
+    /// With mutex_ held, so that last_ is the last in the queue.
+    void enqueueLocked(std::shared_ptr<NetworkEventTask> task) {
         if (pool_ == nullptr) {
             pool_ = createPool(ONE_THREAD);
         }
-        return pool_;
+        last_ = task;
+        pool_->enqueue(std::move(task), false, false);
     }
 
-    Mutex mutex_;  ///< guards pool_
+    Mutex mutex_;  ///< guards pool_ and last_, and keeps the two in step
     std::shared_ptr<ThreadPool> pool_;
+    std::weak_ptr<NetworkEventTask> last_;  ///< one that has been dropped takes nothing up
 };
 
 void enqueueHint(const std::shared_ptr<NetworkEventReporterObserver>& observer, Type type,
                  const std::string& label) {
-    ReporterPool::getInstance().enqueue(std::make_shared<NetworkEventTask>(type, label, observer));
+    ReporterPool::getInstance().enqueueHint(type, label, observer);
 }
 
 void logHint(const std::string& label) {

@@ -3,9 +3,17 @@
 #include "core/Log.h"
 #include "netutils/NetworkEventReporterImpl.h"
 
+#include <limits>
 #include <utility>
 
 namespace zeb::netutils {
+
+namespace {
+
+/// In place of a number of times.
+constexpr std::uint32_t BEGUN = std::numeric_limits<std::uint32_t>::max();
+
+}  // namespace
 
 NetworkEventTask::NetworkEventTask(Type type, std::string label,
                                    std::shared_ptr<NetworkEventReporterObserver> observer)
@@ -22,9 +30,30 @@ void NetworkEventTask::setServerForEdgeEvent(const std::string& server) {
     server_ = server;
 }
 
+bool NetworkEventTask::takeUp(Type type, const std::string& label,
+                              const std::shared_ptr<NetworkEventReporterObserver>& observer) {
+    if (type != type_ || type == Type::EDGE_INFRASTRUCTURE_EVENT || observer != observer_ ||
+        label != label_) {
+        return false;
+    }
+    std::uint32_t times = times_;
+    while (times != BEGUN && times + 1 != BEGUN) {
+        if (times_.compare_exchange_weak(times, times + 1)) {
+            return true;
+        }
+    }
+    return false;
+}
+
 void NetworkEventTask::execute() {
-    ZEB_LOG_DEBUG(log::netutils(), "Executing a NetworkEventTask for label: " << label_);
     NetworkEventReporterImpl reporter(observer_);
+    for (std::uint32_t left = times_.exchange(BEGUN); left != 0; --left) {
+        executeOnce(reporter);
+    }
+}
+
+void NetworkEventTask::executeOnce(NetworkEventReporterImpl& reporter) const {
+    ZEB_LOG_DEBUG(log::netutils(), "Executing a NetworkEventTask for label: " << label_);
     switch (type_) {
         case Type::HINT_NETWORK_INTERFACE_MIGHT_HAVE_DROPPED:
             reporter.hintNetworkInterfaceMightHaveDroppedImpl(label_);

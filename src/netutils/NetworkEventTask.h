@@ -3,14 +3,17 @@
 #include "core/Export.h"
 #include "core/Task.h"
 
+#include <atomic>
+#include <cstdint>
 #include <memory>
 #include <string>
 
 namespace zeb::netutils {
 
+class NetworkEventReporterImpl;
 class NetworkEventReporterObserver;
 
-/// One report on its way through the queue.
+/// One report on its way through the queue, or several alike that came in a row.
 class ZEBNETUTILS_EXPORT NetworkEventTask : public Task {
 public:
     enum class Type {
@@ -26,13 +29,21 @@ public:
 
     /// For an EDGE_INFRASTRUCTURE_EVENT, before it is queued; any other type stays without, with a warning.
     void setServerForEdgeEvent(const std::string& server);
+    /// Makes a hint that comes behind this one, and nothing in between, a part of it. False when it isn't
+    /// alike, or this one has been begun: then it is a task of its own.
+    bool takeUp(Type type, const std::string& label,
+                const std::shared_ptr<NetworkEventReporterObserver>& observer);
+    /// Once for each report.
     void execute() override;
 
 private:
+    void executeOnce(NetworkEventReporterImpl& reporter) const;
+
     const Type type_;
     const std::string label_;
     std::string server_;
     const std::shared_ptr<NetworkEventReporterObserver> observer_;
+    std::atomic<std::uint32_t> times_{1};
 };
 
 }  // namespace zeb::netutils
