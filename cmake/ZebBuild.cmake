@@ -20,7 +20,6 @@ endif()
 add_library(zeb_options INTERFACE)
 target_compile_options(zeb_options INTERFACE
     -Wall -Wextra -Wshadow -Werror
-    -fno-omit-frame-pointer
     # Logs and binaries carry paths relative to the source tree, never those of the build machine. (The compiler's
     # cache hands relative paths to the compiler.)
     "-ffile-prefix-map=${CMAKE_SOURCE_DIR}/=" "-ffile-prefix-map=../../=")
@@ -34,7 +33,7 @@ elseif(ZEBNETUTILS_SANITIZE)
     message(FATAL_ERROR "ZEBNETUTILS_SANITIZE must be address, thread or empty, not '${ZEBNETUTILS_SANITIZE}'")
 endif()
 if(ZEB_SANITIZER)
-    target_compile_options(zeb_options INTERFACE ${ZEB_SANITIZER})
+    target_compile_options(zeb_options INTERFACE ${ZEB_SANITIZER} -fno-omit-frame-pointer)
     # GCC's checks for uninitialised values mistake the sanitizers' own code, in <regex> for one.
     target_compile_options(zeb_options INTERFACE $<$<CXX_COMPILER_ID:GNU>:-Wno-maybe-uninitialized>)
     target_link_options(zeb_options INTERFACE ${ZEB_SANITIZER})

@@ -55,9 +55,17 @@ std::set<std::shared_ptr<Policy>> PolicyDriven::getAllPolicies() const {
 }
 
 bool PolicyDriven::policyFailureCanBeIgnored(const Policy& failed) const {
+    return FailureJudge(*this).canBeIgnored(failed);
+}
+
+PolicyDriven::FailureJudge::FailureJudge(const PolicyDriven& object)
+    : failureManagement_(object.getPolicy(Policy::PolicyNature::FAILURE_MANAGEMENT)) {}
+
+PolicyDriven::FailureJudge::~FailureJudge() = default;
+
+bool PolicyDriven::FailureJudge::canBeIgnored(const Policy& failed) const {
     ZEB_LOG_DEBUG(log::common(), "Checking if the failure of a policy can be ignored by this object");
-    const std::shared_ptr<Policy> failureManagement = getPolicy(Policy::PolicyNature::FAILURE_MANAGEMENT);
-    const auto* const policy = Policy::as<FailureManagementPolicy>(failureManagement.get());
+    const auto* const policy = Policy::as<FailureManagementPolicy>(failureManagement_.get());
     if (policy == nullptr) {
         ZEB_LOG_WARNING(log::common(),
                         "FailureManagementPolicy policy not available, the failure can't be ignored");

@@ -49,6 +49,17 @@ public:
     /// What this object's failure policy says to the failure of that policy; false without a failure policy.
     bool policyFailureCanBeIgnored(const Policy& failed) const;
 
+    /// The same for several policies: the failure policy is that of the construction.
+    class ZEBNETUTILS_EXPORT FailureJudge {
+    public:
+        explicit FailureJudge(const PolicyDriven& object);
+        ~FailureJudge();
+        bool canBeIgnored(const Policy& failed) const;
+
+    private:
+        const std::shared_ptr<Policy> failureManagement_;
+    };
+
 private:
     PolicySet policySet_;
     const bool followDefaults_;

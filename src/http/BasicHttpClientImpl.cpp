@@ -155,8 +155,9 @@ std::shared_ptr<EasyCURLConnection> BasicHttpClientImpl::getEasyCURLConnection()
 
 // --- what both roads begin with ----------------------------------------------------------------------------
 
-void BasicHttpClientImpl::setPoliesToRequestData(HttpRequestData& requestData) const {
-    RequestSteps::setPoliciesToRequestData(*this, requestData, "CC Mode usage policy not available.");
+void BasicHttpClientImpl::setPoliesToRequestData(HttpRequestData& requestData,
+                                                 const FailureJudge& judge) const {
+    RequestSteps::setPoliciesToRequestData(*this, judge, requestData, "CC Mode usage policy not available.");
 }
 
 HttpClientResult::Result BasicHttpClientImpl::onAuthentiactionFailed(const HttpRequestData& requestData,
@@ -210,7 +211,7 @@ HttpClientResult::Result BasicHttpClientImpl::execute(std::shared_ptr<Request> r
         }
     }
     clientData_->setEdgePolicy(edgePolicy);
-    setPoliesToRequestData(*requestData);
+    setPoliesToRequestData(*requestData, FailureJudge(*this));
     RequestSteps::setUserAgentToRequestData(*requestData);
     const HttpClientResult::Result result = executeImpl(clientData_, requestData);
     response = *requestData;
@@ -276,14 +277,15 @@ HttpClientError::Error BasicHttpClientImpl::enqueueRequest(const std::shared_ptr
         return HttpClientError::UNABLE_TO_PROCESS_REQUEST_ERROR;
     }
     clientData_->setEdgePolicy(edgePolicy);
-    clientData_->setEdgeUsagePolicyCanBeIgnored(policyFailureCanBeIgnored(*edgePolicy));
+    const FailureJudge judge(*this);
+    clientData_->setEdgeUsagePolicyCanBeIgnored(judge.canBeIgnored(*edgePolicy));
     const auto requestData = std::make_shared<HttpRequestData>(request, certVerifier_);
     requestData->getWrapper().fileOperation = fileOperation;
     if (fileOperation != HTTPFileOperation::NONE) {
         requestData->getWrapper().filePath = filePath;
     }
     requestId = requestData->getRequestId();
-    setPoliesToRequestData(*requestData);
+    setPoliesToRequestData(*requestData, judge);
     RequestSteps::setUserAgentToRequestData(*requestData);
     ZEB_LOG_DEBUG(log::httpClient(), "Creating task...");
     const auto task = std::make_shared<AsyncTask>(clientData_, requestData);

@@ -59,7 +59,7 @@ private:
     HttpClientError::Error enqueueRequest(const std::shared_ptr<Request>& request,
                                           HTTPFileOperation::Method fileOperation,
                                           const std::string& filePath, unsigned int& requestId);
-    void setPoliesToRequestData(HttpRequestData& requestData) const;
+    void setPoliesToRequestData(HttpRequestData& requestData, const FailureJudge& judge) const;
     static HttpClientResult::Result onAuthentiactionFailed(const HttpRequestData& requestData,
                                                            Response& response);
 

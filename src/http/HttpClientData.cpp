@@ -24,8 +24,7 @@ HttpClientData::HttpClientData(std::shared_ptr<HttpNetworkEventReporter> reporte
     : networkEvent_(std::move(reporter), edgeTransformer),
       edgeTransformer_(std::move(edgeTransformer)),
       connectionAvailable_(lending == Lending::IN_TURN ? std::make_shared<Event>(true) : nullptr),
-      easyConnection_(std::make_shared<EasyCURLConnection>()),
-      curlAnswerEvaluator_(defaultEvaluator()) {
+      easyConnection_(std::make_shared<EasyCURLConnection>()) {
     if (lending == Lending::TO_ONE) {
         easyConnection_->setPristine();
     }
@@ -91,13 +90,10 @@ void HttpClientData::setEdgeUsagePolicyCanBeIgnored(bool canBeIgnored) {
 
 std::shared_ptr<CurlAnswerEvaluator> HttpClientData::getCurlAnswerEvaluator() const {
     const std::lock_guard lock(mutex_);
-    return curlAnswerEvaluator_;
+    return curlAnswerEvaluator_ == nullptr ? defaultEvaluator() : curlAnswerEvaluator_;
 }
 
 void HttpClientData::setCurlAnswerEvaluator(std::shared_ptr<CurlAnswerEvaluator> evaluator) {
-    if (evaluator == nullptr) {
-        evaluator = defaultEvaluator();
-    }
     const std::lock_guard lock(mutex_);
     curlAnswerEvaluator_.swap(evaluator);
 }

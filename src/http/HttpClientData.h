@@ -67,7 +67,7 @@ private:
     bool edgeUsagePolicyCanBeIgnored_ = false;
     const std::shared_ptr<Event> connectionAvailable_;  ///< null when nobody ever waits
     std::shared_ptr<EasyCURLConnection> easyConnection_;
-    std::shared_ptr<CurlAnswerEvaluator> curlAnswerEvaluator_;
+    std::shared_ptr<CurlAnswerEvaluator> curlAnswerEvaluator_;  ///< null for the default one
 };
 
 }  // namespace zeb::http

@@ -201,36 +201,38 @@ HttpClientError::Error MultiHttpClientImpl::enqueueRequest(const std::shared_ptr
                                                            HTTPFileOperation::Method fileOperation,
                                                            const std::string& filePath,
                                                            unsigned int& requestId) {
-    const std::shared_ptr<Policy> edgePolicy = getPolicy(Policy::PolicyNature::EDGE_USAGE);
+    std::shared_ptr<Policy> edgePolicy = getPolicy(Policy::PolicyNature::EDGE_USAGE);
     if (RequestSteps::isUnknown(edgePolicy)) {
         ZEB_LOG_ERROR(log::httpClient(), multiConnection_->logPrefix() << "Edge policy not available");
         return HttpClientError::POLICY_NOT_AVAILABLE_ERROR;
     }
     const auto requestData = std::make_shared<HttpRequestData>(request, certVerifier_);
-    const auto clientData = MultiHttpClientData::build(reporter_, edgeTransformer_, requestData);
+    auto clientData = MultiHttpClientData::build(reporter_, edgeTransformer_, requestData);
     {
         const ScopedLock lock(evaluatorMutex_);
         clientData->setCurlAnswerEvaluator(curlAnswerEvaluator_);
     }
-    clientData->setEdgeUsagePolicyCanBeIgnored(policyFailureCanBeIgnored(*edgePolicy));
-    clientData->setEdgePolicy(edgePolicy);
+    const FailureJudge judge(*this);
+    clientData->setEdgeUsagePolicyCanBeIgnored(judge.canBeIgnored(*edgePolicy));
+    clientData->setEdgePolicy(std::move(edgePolicy));
     if (fileOperation != HTTPFileOperation::NONE) {
         requestData->getWrapper().fileOperation = fileOperation;
         requestData->getWrapper().filePath = filePath;
     }
-    setPoliesToRequestData(*requestData);
+    setPoliesToRequestData(*requestData, judge);
     RequestSteps::setUserAgentToRequestData(*requestData, multiConnection_->logPrefix());
     requestId = requestData->getRequestId();
-    return enqueueRequest(clientData);
+    return enqueueRequest(std::move(clientData));
 }
 
-void MultiHttpClientImpl::setPoliesToRequestData(HttpRequestData& requestData) const {
-    RequestSteps::setPoliciesToRequestData(*this, requestData, "CommonCriteria usage policy not available.",
+void MultiHttpClientImpl::setPoliesToRequestData(HttpRequestData& requestData,
+                                                 const FailureJudge& judge) const {
+    RequestSteps::setPoliciesToRequestData(*this, judge, requestData,
+                                           "CommonCriteria usage policy not available.",
                                            multiConnection_->logPrefix());
 }
 
-HttpClientError::Error MultiHttpClientImpl::enqueueRequest(
-    const std::shared_ptr<MultiHttpClientData>& clientData) {
+HttpClientError::Error MultiHttpClientImpl::enqueueRequest(std::shared_ptr<MultiHttpClientData> clientData) {
     const std::shared_ptr<HttpRequestData>& requestData = clientData->getRequestData();
     clientData->provideEasyCURLConnection(*requestData);
     LentHandle handle(*requestData);
@@ -250,7 +252,7 @@ HttpClientError::Error MultiHttpClientImpl::enqueueRequest(
                                                                    << requestData->formattedRequestID());
     // From here on the request may be on its way, on another thread.
     handle.passOn();
-    return requestProcessing_->enqueueClientDataOnNewThread(clientData);
+    return requestProcessing_->enqueueClientDataOnNewThread(std::move(clientData));
 }
 
 HttpClientError::Error MultiHttpClientImpl::convertClientResultToError(HttpClientResult::Result result) {

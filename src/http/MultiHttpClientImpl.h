@@ -75,8 +75,8 @@ private:
     HttpClientError::Error enqueueRequest(const std::shared_ptr<Request>& request,
                                           HTTPFileOperation::Method fileOperation,
                                           const std::string& filePath, unsigned int& requestId);
-    HttpClientError::Error enqueueRequest(const std::shared_ptr<MultiHttpClientData>& clientData);
-    void setPoliesToRequestData(HttpRequestData& requestData) const;
+    HttpClientError::Error enqueueRequest(std::shared_ptr<MultiHttpClientData> clientData);
+    void setPoliesToRequestData(HttpRequestData& requestData, const FailureJudge& judge) const;
 
     const std::shared_ptr<CertVerifier> certVerifier_;
     const std::shared_ptr<EdgeTransformer> edgeTransformer_;

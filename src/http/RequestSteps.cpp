@@ -1,7 +1,6 @@
 #include "http/RequestSteps.h"
 
 #include "common/FailureManagementPolicy.h"
-#include "common/PolicyDriven.h"
 #include "core/Log.h"
 #include "core/SecureStringUtils.h"
 #include "http/CommonCriteriaUsagePolicy.h"
@@ -76,20 +75,22 @@ std::set<std::shared_ptr<Policy>> RequestSteps::defaultPolicies() {
     };
 }
 
-void RequestSteps::setPoliciesToRequestData(const common::PolicyDriven& client, HttpRequestData& requestData,
-                                            const char* noCommonCriteria, const std::string& prefix) {
+void RequestSteps::setPoliciesToRequestData(const common::PolicyDriven& client,
+                                            const common::PolicyDriven::FailureJudge& judge,
+                                            HttpRequestData& requestData, const char* noCommonCriteria,
+                                            const std::string& prefix) {
     std::shared_ptr<Policy> ipFamily = client.getPolicy(Policy::PolicyNature::IP_FAMILY_PREFERENCE);
     if (isUnknown(ipFamily)) {
         ZEB_LOG_WARNING(log::httpClient(), prefix << "IP family policy not available.");
     } else {
-        requestData.setIpFamilyPreferencePolicyCanBeIgnored(client.policyFailureCanBeIgnored(*ipFamily));
+        requestData.setIpFamilyPreferencePolicyCanBeIgnored(judge.canBeIgnored(*ipFamily));
         requestData.setIpFamilyPreferencePolicy(concrete<ip::IpFamilyPreferencePolicy>(std::move(ipFamily)));
     }
     std::shared_ptr<Policy> commonCriteria = client.getPolicy(Policy::PolicyNature::COMMON_CRITERIA_USAGE);
     if (isUnknown(commonCriteria)) {
         ZEB_LOG_WARNING(log::httpClient(), prefix << noCommonCriteria);
     } else {
-        requestData.setCommonCriteriaUsageCanBeIgnored(client.policyFailureCanBeIgnored(*commonCriteria));
+        requestData.setCommonCriteriaUsageCanBeIgnored(judge.canBeIgnored(*commonCriteria));
         requestData.setCommonCriteriaUsagePolicy(
             concrete<CommonCriteriaUsagePolicy>(std::move(commonCriteria)));
     }
@@ -100,7 +101,7 @@ void RequestSteps::setUserAgentToRequestData(HttpRequestData& requestData, const
     if (request == nullptr || request->getOptions() == nullptr) {
         return;
     }
-    const std::shared_ptr<HttpRequestOptions> options = request->getOptions();
+    const std::shared_ptr<HttpRequestOptions>& options = request->getOptions();
     if (options->headers == nullptr) {
         options->headers = std::make_shared<HttpHeaders>();
     }

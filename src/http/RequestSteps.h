@@ -1,15 +1,12 @@
 #pragma once
 
 #include "common/Policy.h"
+#include "common/PolicyDriven.h"
 #include "http/EdgeTransformer.h"
 
 #include <memory>
 #include <set>
 #include <string>
-
-namespace zeb::common {
-class PolicyDriven;
-}
 
 namespace zeb::http {
 
@@ -36,8 +33,10 @@ public:
     // Before the transfer.
     /// Hands on the policies that act on the handle. `noCommonCriteria` is the log's line when the second is
     /// missing: each client has its own.
-    static void setPoliciesToRequestData(const common::PolicyDriven& client, HttpRequestData& requestData,
-                                         const char* noCommonCriteria, const std::string& prefix = {});
+    static void setPoliciesToRequestData(const common::PolicyDriven& client,
+                                         const common::PolicyDriven::FailureJudge& judge,
+                                         HttpRequestData& requestData, const char* noCommonCriteria,
+                                         const std::string& prefix = {});
     /// Adds the header, or fills an empty one; one with a value stands.
     static void setUserAgentToRequestData(HttpRequestData& requestData, const std::string& prefix = {});
     static EnforcingResult::EnforcingResult enforceEdge(const std::shared_ptr<common::Policy>& policy,

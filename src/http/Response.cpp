@@ -4,8 +4,21 @@
 
 namespace zeb::http {
 
-Response::Response()
-    : redirectUrls(std::make_shared<std::vector<std::string>>()), headers(std::make_shared<HttpHeaders>()) {}
+namespace {
+
+/// What each response has, in one piece.
+struct Lists {
+    std::vector<std::string> redirectUrls;
+    HttpHeaders headers;
+};
+
+}  // namespace
+
+Response::Response() {
+    const auto lists = std::make_shared<Lists>();
+    redirectUrls = {lists, &lists->redirectUrls};
+    headers = {lists, &lists->headers};
+}
 
 Response::~Response() = default;
 

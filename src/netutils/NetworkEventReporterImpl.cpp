@@ -21,7 +21,7 @@ constexpr unsigned int NO_THREAD = 0;
 constexpr unsigned int ONE_THREAD = 1;
 
 /// Every transfer ends in a report; nobody minds one that is a moment late.
-constexpr std::uint32_t REST_MS = 1;
+constexpr std::uint32_t REST_MS = 5;
 
 std::shared_ptr<ThreadPool> createPool(unsigned int threads) {
     auto pool = std::make_shared<ThreadPool>(threads, threads, "NetEventReport", 60);
