@@ -59,7 +59,7 @@ public:
     Progress(std::size_t total, bool shown) : total_(total), shown_(shown) {}
     ~Progress() {
         if (shown_) {
-            std::fputc('\n', stderr);
+            (void)std::fputc('\n', stderr);
         }
     }
     Progress(const Progress&) = delete;
@@ -91,7 +91,7 @@ public:
             lastFailure_ = static_cast<int>(result);
         }
         if (shown_) {
-            std::fputs("\r\033[K", stderr);
+            (void)std::fputs("\r\033[K", stderr);
         }
         std::cout << result;
         if (result == HttpClientResult::SUCCESS) {
@@ -110,8 +110,8 @@ public:
 private:
     void show() const {
         if (shown_) {
-            std::fprintf(stderr, "\r%zu of %zu, %zu under way, %.1f KiB", ended_, total_, underWay_,
-                         static_cast<double>(bytes_) / 1024.0);
+            (void)std::fprintf(stderr, "\r%zu of %zu, %zu under way, %.1f KiB", ended_, total_, underWay_,
+                               static_cast<double>(bytes_) / 1024.0);
         }
     }
 

@@ -164,6 +164,8 @@ CertResult CertVerifier::verifyCertificate(const x509_store_ctx_st* chain, const
     return verify(chain, sni, mandatory, references, display);
 }
 
+// Hosts override these two, and an override may keep the listener.
+// NOLINTBEGIN(performance-unnecessary-value-param)
 bool CertVerifier::verifyCertificateAsync(const x509_store_ctx_st* chain, const std::string& reference,
                                           std::shared_ptr<CertificateVerificationListener> listener,
                                           CertResult& instantResult, unsigned int& requestId) {
@@ -178,5 +180,6 @@ bool CertVerifier::verifyCertificateAsync(const x509_store_ctx_st* chain, const 
     return verifyCertificateAsync(getCertContainerFactory().buildCertContainer(chain),
                                   identityOf(reference, display), listener, instantResult, requestId);
 }
+// NOLINTEND(performance-unnecessary-value-param)
 
 }  // namespace zeb::cert

@@ -58,6 +58,25 @@ TEST_F(PolicyDrivenTest, AsksForTheFailurePolicyThroughTheVirtualOperation) {
     EXPECT_TRUE(Tolerant().policyFailureCanBeIgnored(hardFailure));
 }
 
+TEST_F(PolicyDrivenTest, AJudgeKeepsToTheFailurePolicyOfItsConstruction) {
+    PolicyDriven object(false);
+    const PolicyDriven::FailureJudge judge(object);
+    object.addPolicy(FailureManagementPolicy::NEVER_IGNORE_FAILURE_POLICY);
+    EXPECT_TRUE(judge.canBeIgnored(softFailure));
+    EXPECT_FALSE(judge.canBeIgnored(hardFailure));
+    EXPECT_FALSE(PolicyDriven::FailureJudge(object).canBeIgnored(softFailure));
+}
+
+TEST_F(PolicyDrivenTest, APolicyDerivedFromTheFailurePolicyJudges) {
+    class Derived : public FailureManagementPolicy {
+    public:
+        Derived() : FailureManagementPolicy(PolicyValue::ALWAYS_IGNORE_FAILURE) {}
+    };
+    PolicyDriven object(false);
+    object.addPolicy(std::make_shared<Derived>());
+    EXPECT_TRUE(object.policyFailureCanBeIgnored(hardFailure));
+}
+
 TEST_F(PolicyDrivenTest, APlainPolicyInPlaceOfTheFailurePolicyIgnoresNothing) {
     PolicyDriven object(false);
     object.addPolicy(std::make_shared<Policy>(N::FAILURE_MANAGEMENT, true));

@@ -56,6 +56,15 @@ TEST(CurlHeadersTest, ALongLineIsWhole) {
     EXPECT_THAT(linesOf(headers), ElementsAre("Name: " + value));
 }
 
+TEST(CurlHeadersTest, ALineOfAnyLengthAboutTheUsualOneIsWhole) {
+    for (std::size_t length = 500; length < 520; ++length) {
+        const std::string value(length, 'v');
+        CurlHeaders headers(vectorOf({{"Name", value}}));
+        headers.appendHeader({"Other", value});
+        EXPECT_THAT(linesOf(headers), ElementsAre("Name: " + value, "Other: " + value)) << length;
+    }
+}
+
 TEST(CurlHeadersTest, EveryTextIsOverwrittenWithZerosBeforeItIsFreed) {
     const FreedSlists freed;
     {

@@ -472,6 +472,12 @@ TEST(HttpUtilsEncodeTest, ChangesNothingTheSecondTime) {
     EXPECT_EQ(once, HttpUtils::encodeForHttp(once));
 }
 
+TEST(HttpUtilsEncodeTest, TellsOfEachTextWhetherItMustBeEncoded) {
+    for (const std::string text : {"", "https://a/b", "a b", "\xC3\xBC", "%20", "a\x7f", "\x80", " "}) {
+        EXPECT_EQ(HttpUtils::mustBeEncodedForHttp(text), HttpUtils::encodeForHttp(text) != text) << text;
+    }
+}
+
 // extractFullDomainFromHttpUrl
 
 TEST(HttpUtilsDomainTest, IsTheHostBehindItsFirstDot) {

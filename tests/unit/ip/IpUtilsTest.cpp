@@ -136,6 +136,29 @@ TEST(IpUtilsTest, TheAnswerIsTheResolversForRandomTextsOfTheRightCharacters) {
     EXPECT_GT(addresses, 100);  // otherwise the comparison says little
 }
 
+TEST(IpUtilsTest, TheAnswerIsTheResolversForRandomDottedNumbers) {
+    static constexpr const char* PIECES[] = {"0",   "1",   "9",   "10",  "25",   "99",   "100", "249",
+                                             "250", "255", "256", "260", "300",  "999",  "00",  "01",
+                                             "08",  "010", "001", "",    "1000", "0255", "a",   "0x1"};
+    std::mt19937 random(20261121);
+    std::uniform_int_distribution<std::size_t> piece(0, std::size(PIECES) - 1);
+    std::uniform_int_distribution<int> dots(2, 4);
+    std::uniform_int_distribution<int> usual(0, 3);
+    int addresses = 0;
+    for (int round = 0; round < 100000; ++round) {
+        // Four numbers that fit, more often than not.
+        std::string text = PIECES[piece(random) % 10];
+        const int count = usual(random) != 0 ? 3 : dots(random);
+        for (int i = 0; i < count; ++i) {
+            text.append(".").append(PIECES[usual(random) != 0 ? piece(random) % 10 : piece(random)]);
+        }
+        const bool expected = resolverFamily(text) == AF_INET;
+        addresses += expected ? 1 : 0;
+        ASSERT_EQ(expected, IpUtils::isIpv4Address(text)) << text;
+    }
+    EXPECT_GT(addresses, 10000);
+}
+
 // appendPortToAddress
 
 TEST(IpUtilsAppendPortTest, PutsThePortBehindANameAndAnIpv4Address) {

@@ -134,6 +134,62 @@ TEST_F(NetworkEventReporterTest, ReportsOfAllReportersKeepTheirOrder) {
     EXPECT_EQ(observer->record.waitFor(expected.size()), expected);
 }
 
+TEST_F(NetworkEventReporterTest, OfARowOfLikeHintsEachIsToldInItsPlace) {
+    const auto gated = std::make_shared<GatedObserver>();
+    NetworkEventReporterImpl slow(gated);
+    slow.hintNetworkIsInUse("first");
+    gated->reached.get_future().wait();
+    Events expected{"hintNetworkIsInUse"};
+    for (int row = 0; row < 3; ++row) {
+        for (int i = 0; i < 5; ++i) {
+            slow.hintNetworkIsInUse("first");
+        }
+        slow.hintNetworkStackNotReady("first");
+        expected.insert(expected.end(), 5, "hintNetworkIsInUse");
+        expected.emplace_back("hintNetworkStackNotReady");
+    }
+    gated->gate.set_value();
+    EXPECT_EQ(gated->record.waitFor(expected.size()), expected);
+}
+
+TEST_F(NetworkEventReporterTest, ALikeHintBehindADroppedOneIsTold) {
+    const auto gated = std::make_shared<GatedObserver>();
+    NetworkEventReporterImpl slow(gated);
+    slow.hintNetworkStackNotReady("runs already");
+    gated->reached.get_future().wait();
+    slow.hintNetworkIsInUse("like");
+    slow.stop();
+    slow.hintNetworkIsInUse("like");
+    gated->gate.set_value();
+    EXPECT_EQ(gated->record.waitFor(2), (Events{"hintNetworkStackNotReady", "hintNetworkIsInUse"}));
+}
+
+TEST_F(NetworkEventReporterTest, ALikeHintBehindOneOfAReplacedPoolIsTold) {
+    NetworkEventReporterImpl::disableNetworkEventReporterForTesting();
+    reporter.hintNetworkIsInUse("like");
+    NetworkEventReporterImpl::enableNetworkEventReporterForTesting();
+    reporter.hintNetworkIsInUse("like");
+    EXPECT_EQ(observer->record.waitFor(1), Events{"hintNetworkIsInUse"});
+}
+
+TEST_F(NetworkEventReporterTest, LikeHintsOfManyThreadsAreToldAsOftenAsTheyCame) {
+    std::vector<std::thread> threads;
+    for (int i = 0; i < 4; ++i) {
+        threads.emplace_back([this] {
+            for (int n = 0; n < 500; ++n) {
+                reporter.hintNetworkIsInUse("like");
+            }
+        });
+    }
+    for (std::thread& thread : threads) {
+        thread.join();
+    }
+    reporter.hintNetworkStackNotReady("the last");
+    const Events told = observer->record.waitFor(2001);
+    EXPECT_EQ(told.size(), 2001U);
+    EXPECT_EQ(told.back(), "hintNetworkStackNotReady");
+}
+
 TEST_F(NetworkEventReporterTest, AReportIsMadeOnAnotherThreadSoThatTheCallerNeverWaits) {
     const auto gated = std::make_shared<GatedObserver>();
     NetworkEventReporterImpl slow(gated);

@@ -166,6 +166,62 @@ TEST_F(NetworkEventTaskTest, AnyOtherTypeIsLoggedByItsNumberAndTellsNobody) {
     EXPECT_FALSE(log.contains("Event Label"));
 }
 
+// Several alike
+
+TEST_F(NetworkEventTaskTest, LikeHintsBehindItArePartOfATaskAndEachIsTold) {
+    for (const HintCase& row : HINTS) {
+        NetworkEventTask task(row.type, "the.label", observer);
+        EXPECT_TRUE(task.takeUp(row.type, "the.label", observer)) << row.name;
+        EXPECT_TRUE(task.takeUp(row.type, "the.label", observer)) << row.name;
+        const std::size_t before = observer->record.soFar().size();
+        task.execute();
+        const EventRecord::Events told = observer->record.soFar();
+        EXPECT_EQ(EventRecord::Events(told.begin() + static_cast<std::ptrdiff_t>(before), told.end()),
+                  EventRecord::Events(3, row.name));
+    }
+    EXPECT_EQ(log.count("Executing a NetworkEventTask for label: the.label"), 3 * std::size(HINTS));
+    EXPECT_EQ(log.count("Event Label:the.label"), 3 * std::size(HINTS));
+}
+
+TEST_F(NetworkEventTaskTest, AHintOfAnotherTypeLabelOrObserverIsNotTakenUp) {
+    NetworkEventTask task(Type::HINT_NETWORK_IS_IN_USE, "the.label", observer);
+    EXPECT_FALSE(task.takeUp(Type::HINT_NETWORK_STACK_NOT_READY, "the.label", observer));
+    EXPECT_FALSE(task.takeUp(Type::HINT_NETWORK_IS_IN_USE, "the.labels", observer));
+    EXPECT_FALSE(task.takeUp(Type::HINT_NETWORK_IS_IN_USE, "the.label", nullptr));
+    EXPECT_FALSE(
+        task.takeUp(Type::HINT_NETWORK_IS_IN_USE, "the.label", std::make_shared<RecordingObserver>()));
+    task.execute();
+    EXPECT_EQ(observer->record.soFar(), EventRecord::Events{"hintNetworkIsInUse"});
+}
+
+TEST_F(NetworkEventTaskTest, AnEdgeEventIsNeverTakenUpAsItHasItsServer) {
+    NetworkEventTask task(Type::EDGE_INFRASTRUCTURE_EVENT, "the.label", observer);
+    EXPECT_FALSE(task.takeUp(Type::EDGE_INFRASTRUCTURE_EVENT, "the.label", observer));
+}
+
+TEST_F(NetworkEventTaskTest, ATaskThatHasBegunTakesNothingUp) {
+    class Late : public RecordingObserver {
+    public:
+        NetworkEventTask* task = nullptr;
+        std::shared_ptr<NetworkEventReporterObserver> self;
+        bool takenUp = true;
+
+        void onNetworkEvent(const std::string& eventName) override {
+            RecordingObserver::onNetworkEvent(eventName);
+            takenUp = task->takeUp(Type::HINT_NETWORK_IS_IN_USE, "the.label", self);
+            self.reset();
+        }
+    };
+    const auto late = std::make_shared<Late>();
+    NetworkEventTask task(Type::HINT_NETWORK_IS_IN_USE, "the.label", late);
+    late->task = &task;
+    late->self = late;
+    task.execute();
+    EXPECT_FALSE(late->takenUp);
+    EXPECT_FALSE(task.takeUp(Type::HINT_NETWORK_IS_IN_USE, "the.label", late)) << "nor afterwards";
+    EXPECT_EQ(late->record.soFar(), EventRecord::Events{"hintNetworkIsInUse"});
+}
+
 TEST_F(NetworkEventTaskTest, WithoutAnObserverAReportIsSurvived) {
     NetworkEventTask(Type::HINT_NETWORK_IS_IN_USE, "the.label", nullptr).execute();
     NetworkEventTask(Type::EDGE_INFRASTRUCTURE_EVENT, "the.label", nullptr).execute();
