@@ -30,6 +30,18 @@ public:
         if (verifier == nullptr) {
             return 0;
         }
+        // Most requests of a thread have the same one.
+        thread_local std::weak_ptr<CertVerifier> last;
+        thread_local std::uint64_t lastNumber = 0;
+        if (lastNumber == 0 || last.owner_before(verifier) || verifier.owner_before(last)) {
+            lastNumber = numberOf(verifier);
+            last = verifier;
+        }
+        return lastNumber;
+    }
+
+private:
+    std::uint64_t numberOf(const std::shared_ptr<CertVerifier>& verifier) {
         const ScopedLock lock(mutex_);
         const auto found = numbers_.find(verifier);
         if (found != numbers_.end()) {
@@ -39,7 +51,6 @@ public:
         return numbers_[verifier] = next_++;
     }
 
-private:
     void forgetThoseThatHaveGone() {
         for (auto entry = numbers_.begin(); entry != numbers_.end();) {
             entry = entry->first.expired() ? numbers_.erase(entry) : std::next(entry);

@@ -28,9 +28,10 @@ bool awaitThreadsNamed(const std::string& name, std::size_t threads);
 bool awaitOthersAsleep();
 
 /// Returns when all threads but the calling one, and the idle ones of pools that live as long as the process,
-/// have ended; false when that takes longer than 5 seconds. Pools don't wait for their threads. One that still
-/// uses OpenSSL when that is cleaned up at the end of the process races with it, and one that ends after leaves
-/// behind what OpenSSL keeps for each thread: the sanitizers see both. So a test's process lets them end first.
+/// have ended; false when that takes longer than 5 seconds. Pools don't wait for their threads. One that
+/// still uses OpenSSL when that is cleaned up at the end of the process races with it, and one that ends
+/// after leaves behind what OpenSSL keeps for each thread: the sanitizers see both. So a test's process lets
+/// them end first.
 bool awaitThreadsThatEnd();
 
 /// Returns when the condition held so many times in a row; false when that takes longer. The system tells of
