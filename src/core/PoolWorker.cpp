@@ -1,5 +1,6 @@
 #include "core/PoolWorker.h"
 
+#include "core/RunningTasks.h"
 #include "core/ScopedLock.h"
 #include "core/Task.h"
 #include "core/Thread.h"
@@ -105,6 +106,7 @@ std::shared_ptr<Task> PoolWorker::takeTaskLocked() {
     TaskQueue& queue = priorityQueue_->empty() ? *normalQueue_ : *priorityQueue_;
     std::shared_ptr<Task> task = std::move(queue.front());
     queue.pop_front();
+    RunningTasks::getInstance().begin();
     return task;
 }
 
@@ -140,6 +142,7 @@ void PoolWorker::runTask(std::shared_ptr<Task> task, std::string& shownName) {
     }
     task->execute();
     task.reset();
+    RunningTasks::getInstance().end();
     const ScopedLock lock(workerMutex_);
     --busyCount_;
 }

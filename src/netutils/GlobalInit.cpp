@@ -2,6 +2,7 @@
 
 #include "core/Log.h"
 #include "core/Mutex.h"
+#include "core/RunningTasks.h"
 #include "core/ScopedLock.h"
 #include "netutils/LibCurlMemoryManager.h"
 #include "version/Version.h"
@@ -14,6 +15,8 @@
 namespace zeb::netutils {
 
 namespace {
+
+constexpr long PATIENCE_WITH_TASKS_MS = 5000;
 
 /// Neither flag is ever cleared: libcurl is started once per process, so a GlobalInit() after GlobalCleanup()
 /// is deliberately a repeated one.
@@ -53,6 +56,10 @@ int GlobalInitLibCurlOnly() {
 }
 
 void GlobalCleanup() {
+    // A client that has gone may have left a task behind that still has a handle of libcurl's.
+    if (!RunningTasks::getInstance().awaitNone(PATIENCE_WITH_TASKS_MS)) {
+        ZEB_LOG_WARNING(log::netutils(), "Tasks of thread pools still run while libcurl ends");
+    }
     ZEB_LOG_DEBUG(zeb::log::netutils(), "libcurl global cleanup (curl_global_cleanup)");
     curl_global_cleanup();
     ZEB_LOG_DEBUG(zeb::log::netutils(), "openssl thread cleanup");

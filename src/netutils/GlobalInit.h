@@ -16,7 +16,9 @@ ZEBNETUTILS_EXPORT int GlobalInit();
 ZEBNETUTILS_EXPORT int GlobalInitLibCurlOnly();
 
 /// Ends libcurl for the process, for good: a GlobalInit() after it counts as a repeated one and is ignored.
-/// The host calls it once, after its last client has gone. Never throws.
+/// The host calls it once, after its last client has gone. Never throws. An asynchronous request's listener
+/// is called before the last of its task has gone: so this first waits, five seconds at most, until no thread
+/// of a pool runs a task (one that calls from a task of its own isn't waited for).
 ZEBNETUTILS_EXPORT void GlobalCleanup();
 
 /// The steps of the above. libcurl_setup() starts libcurl with the allocator hooks of LibCurlMemoryManager.h,

@@ -348,6 +348,7 @@ int main(int argc, char** argv) {
         return EXIT_FAILURE;
     }
     const int status = run(std::chrono::seconds(seconds));
+    zeb::netutils::GlobalCleanup();
     zeb::test::awaitThreadsThatEnd();
     return status;
 }

@@ -1,11 +1,16 @@
+#include "core/Event.h"
+#include "core/Task.h"
+#include "core/ThreadPool.h"
 #include "netutils/GlobalInit.h"
 #include "netutils/LibCurlMemoryManager.h"
 #include "support/LogCapture.h"
+#include "support/Threads.h"
 #include "zeblogger/ZEBLogger.h"
 
 #include <cstdlib>
 #include <functional>
 #include <iostream>
+#include <memory>
 #include <thread>
 #include <vector>
 
@@ -211,6 +216,43 @@ TEST(GlobalInitDeathTest, GlobalCleanupReturnsWhatLibcurlHeld) {
         ASSERT_EQ(0, GlobalInit());
         GlobalCleanup();
         EXPECT_EQ(0u, libcurl_bytes_in_use());
+    });
+}
+
+TEST(GlobalInitDeathTest, GlobalCleanupWaitsForTheTasksOfPools) {
+    inAFreshProcess([] {
+        /// Ends, as that of an asynchronous request does, some time after its listener has been told.
+        class LastingTask : public Task {
+        public:
+            LastingTask(Event& inside, Event& go, int& endsSeen)
+                : inside_(inside), go_(go), endsSeen_(endsSeen) {}
+            ~LastingTask() override { endsSeen_ = curl().ends; }
+            void execute() override {
+                inside_.set();
+                go_.wait();
+            }
+
+        private:
+            Event& inside_;
+            Event& go_;
+            int& endsSeen_;
+        };
+        ASSERT_EQ(0, GlobalInit());
+        Event inside(false);
+        Event go(false);
+        int endsSeen = -1;
+        auto pool = std::make_unique<ThreadPool>(0, 1, 60);
+        pool->enqueue(std::make_shared<LastingTask>(inside, go, endsSeen), false, false);
+        inside.wait();
+        pool.reset();
+        std::thread opener([&] {
+            zeb::test::awaitThreads([] { return zeb::test::threadStates().front().asleep; });
+            go.set();
+        });
+        GlobalCleanup();
+        opener.join();
+        EXPECT_EQ(0, endsSeen) << "the task's end came first";
+        EXPECT_EQ(1, curl().ends);
     });
 }
 
