@@ -2,6 +2,7 @@
 
 #include "http/CertVerifier.h"
 
+#include <functional>
 #include <mutex>
 #include <string>
 #include <vector>
@@ -19,7 +20,9 @@ public:
         std::string identifierToDisplay;
     };
 
-    explicit FakeCertVerifier(bool answer) : answer_(answer) {}
+    /// `whenAsked`, if there is one, runs within each question.
+    explicit FakeCertVerifier(bool answer, std::function<void()> whenAsked = {})
+        : answer_(answer), whenAsked_(std::move(whenAsked)) {}
 
     std::vector<Question> questions() const {
         const std::lock_guard<std::mutex> lock(mutex_);
@@ -87,12 +90,16 @@ public:
 
 private:
     bool ask(Question question) {
+        if (whenAsked_) {
+            whenAsked_();
+        }
         const std::lock_guard<std::mutex> lock(mutex_);
         questions_.push_back(std::move(question));
         return answer_;
     }
 
     const bool answer_;
+    const std::function<void()> whenAsked_;
     mutable std::mutex mutex_;  ///< guards questions_
     std::vector<Question> questions_;
 };

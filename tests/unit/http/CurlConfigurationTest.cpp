@@ -3,13 +3,16 @@
 
 #include "CurlConfigurationTestSupport.h"
 #include "common/Cookie.h"
+#include "core/SecureStringUtils.h"
 #include "http/CurlHeaders.h"
 #include "http/HttpClientListener.h"
 #include "http/Proxy.h"
 #include "http/VerificationLabel.h"
+#include "support/MemoryScan.h"
 #include "support/TestFiles.h"
 #include "unit/http/CurlSeam.h"
 
+#include <fcntl.h>
 #include <unistd.h>
 
 namespace zeb::http::test {
@@ -225,6 +228,18 @@ TEST_F(CurlConfigurationTest, AnUploadsFileIsOpenedForReadingAndLeftAlone) {
     EXPECT_EQ("content", file.content());
     EXPECT_EQ(nullptr, data()->getWrapper().readFile) << "the transfer opens it anew";
     EXPECT_TRUE(log.contains("Successfully test-opened file with read option " + file.path()));
+}
+
+TEST_F(CurlConfigurationTest, AFileThatAFormerAttemptHasLeftOpenIsClosed) {
+    const TemporaryFile file("content");
+    setFile(HTTPFileOperation::UPLOAD, file.path());
+    std::FILE*& left = data()->getWrapper().readFile;
+    left = std::fopen(file.path().c_str(), "rb");
+    ASSERT_NE(nullptr, left);
+    const int descriptor = ::fileno(left);
+    ASSERT_TRUE(configure());
+    EXPECT_EQ(nullptr, left);
+    EXPECT_EQ(-1, ::fcntl(descriptor, F_GETFD)) << "a descriptor is lost with each attempt";
 }
 
 TEST_F(CurlConfigurationTest, ADirectoryInPlaceOfADownloadsFileFailsTheConfiguration) {
@@ -461,6 +476,28 @@ TEST_F(CurlConfigurationTest, WithoutHeadersTheTokenMakesTheList) {
     EXPECT_THAT(linesOf(static_cast<curl_slist*>(pointer(CURLOPT_HTTPHEADER))),
                 ElementsAre("Authorization: Bearer t0ken"));
     EXPECT_EQ(2U, orderOf({CURLOPT_HTTPHEADER}).size());
+}
+
+/// Where the token lay while it was decrypted is overwritten sooner or later; the heap isn't.
+[[gnu::noinline]] void wipeDeadStack() {
+    char block[256 * 1024] = {};
+    SecureStringUtils::ZEBZeroMemory(block, sizeof block);
+}
+
+TEST_F(CurlConfigurationTest, OfTheTokenThatMakesTheListThereIsNoOtherCopy) {
+    setCredentials(AuthType::OAUTH);
+    const zeb::test::PlantedSecret token;
+    std::string clear(token.size(), '\0');
+    token.copyTo(clear.data());
+    options.credentials->token = SecureString(clear.data(), clear.size());
+    SecureStringUtils::ZEBZeroString(clear);
+    data();
+    EXPECT_EQ(0U, countInOwnMemory(token)) << "the test leaves a copy";
+    EXPECT_TRUE(CurlHttpUtils::addOauthToken(data()));
+    wipeDeadStack();
+    EXPECT_EQ(1U, countInOwnMemory(token));
+    data()->getWrapper().requestHeaders = nullptr;
+    EXPECT_EQ(0U, countInOwnMemory(token));
 }
 
 TEST_F(CurlConfigurationTest, AListThatLibcurlRefusesTheTokenInIsAnError) {

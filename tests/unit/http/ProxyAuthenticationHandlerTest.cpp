@@ -74,6 +74,15 @@ TEST_F(ProxyAuthenticationHandlerTest, InitialCredentialsAreStoredWithTheirSchem
     EXPECT_EQ(stored.password, "pass");
     EXPECT_EQ(stored.authType, "NTLM");
     EXPECT_FALSE(log_.contains("Retry: "));
+    EXPECT_TRUE(log_.contains(ZEBLOG_INFO, "Initial proxy credential for "));
+}
+
+TEST_F(ProxyAuthenticationHandlerTest, TheHostsAnswerIsLoggedAsFarAsItCounts) {
+    handler_.setProxyCredential(PROXY, "user", SecureString("pass"));
+    EXPECT_EQ(log_.count(" stored"), 1U);
+    handler_.setProxyCredential(PROXY, "user", SecureString());
+    EXPECT_EQ(log_.count("Proxy credential for "), 2U);
+    EXPECT_EQ(log_.count(" not complete"), 1U);
 }
 
 TEST_F(ProxyAuthenticationHandlerTest, InitialCredentialsThatAreNotCompleteAreNotStored) {

@@ -1,5 +1,8 @@
 #include "BasicHttpClientTestSupport.h"
 #include "http/Proxy.h"
+#include "support/CertificateBuilder.h"
+#include "support/FakeCertVerifier.h"
+#include "support/ProxyHost.h"
 #include "support/TestFiles.h"
 
 #include <atomic>
@@ -227,6 +230,78 @@ TEST(TransferCancelTest, TheListenerCancelsFromItsProgressTimeAndAgain) {
         ASSERT_EQ(listener->waitFor(1).size(), 1U);
     }
     expectUsable(*client);
+}
+
+TEST(TransferCancelTest, TheVerifierCancelsFromItsCall) {
+    const auto certificate = zeb::test::CertificateBuilder().commonName("A server").build();
+    LoopbackServer::Options options;
+    options.tls = LoopbackServer::Tls{certificate.pem(), certificate.keyPem()};
+    LoopbackServer server(hello, options);
+    for (const bool trusted : {true, false}) {
+        for (int i = 0; i < 10; ++i) {
+            const auto listener = std::make_shared<RecordingListener>();
+            const auto request = makeRequest(server.secureUrl("/"), listener);
+            const auto verifier =
+                std::make_shared<zeb::test::FakeCertVerifier>(trusted, [&request] { request->cancel(); });
+            const auto client =
+                BasicHttpClientImpl::buildBasicHttpClientImpl(nullptr, verifier, makePool(1), nullptr);
+            unsigned int id = 0;
+            ASSERT_EQ(client->executeAsync(request, id), HttpClientError::SUCCESS);
+            // A refusal has ended the transfer before anything else could.
+            ASSERT_EQ(listener->wait().result, trusted ? HttpClientResult::REQUEST_CANCELLED
+                                                       : HttpClientResult::CERTIFICATE_VALIDATION_ERROR);
+            expectOneAnswer(*client, *listener);
+        }
+    }
+    EXPECT_EQ(server.requests().size(), 0U);
+}
+
+TEST(TransferCancelTest, TheHostCancelsFromTheQuestionForItsProxysCredentials) {
+    LoopbackServer proxyServer([](const LoopbackServer::Request&) {
+        return Reply::response(407, "", {{"Proxy-Authenticate", "Basic realm=\"p\""}});
+    });
+    const auto proxy = std::make_shared<Proxy>();
+    proxy->setProxyServer(proxyServer.authority(), ProxyType::HTTP);
+    const auto host = ProxyHost::instance();
+    const auto client = makeClient();
+    for (const bool waits : {true, false}) {
+        for (int i = 0; i < 10; ++i) {
+            host->clear();
+            const auto listener = std::make_shared<RecordingListener>();
+            const auto request = makeRequest("https://inside.invalid/", listener);
+            request->setProxy(proxy);
+            request->waitUntilProxyCredentialReady(waits);
+            host->setWhenAsked([&](const std::string& url) {
+                request->cancel();
+                ProxyHost::handler().setProxyCredential(url, "user", SecureString("late"));
+            });
+            unsigned int id = 0;
+            ASSERT_EQ(client->executeAsync(request, id), HttpClientError::SUCCESS);
+            const HttpClientResult::Result result = listener->wait().result;
+            // One that doesn't wait has had its answer before the question.
+            ASSERT_EQ(result, waits ? HttpClientResult::REQUEST_CANCELLED : HttpClientResult::UNKNOWN_ERROR);
+            expectOneAnswer(*client, *listener);
+            ASSERT_EQ(host->waitForAsked(1).size(), 1U) << "the cancelled retry asks nobody";
+        }
+    }
+    host->clear();
+}
+
+TEST(TransferCancelTest, TheListenerCancelsFromItsAnswerToNoEffect) {
+    LoopbackServer server(hello);
+    const RefusedPort refused;
+    const auto client = makeClient();
+    for (const std::string& url : {server.url("/"), refused.url("/")}) {
+        for (int i = 0; i < 10; ++i) {
+            const auto listener = std::make_shared<RecordingListener>();
+            const auto request = makeRequest(url, listener);
+            listener->whenAnswered = [&request](const Outcome&) { request->cancel(); };
+            unsigned int id = 0;
+            ASSERT_EQ(client->executeAsync(request, id), HttpClientError::SUCCESS);
+            ASSERT_NE(listener->wait().result, HttpClientResult::REQUEST_CANCELLED);
+            expectOneAnswer(*client, *listener);
+        }
+    }
 }
 
 TEST(TransferCancelTest, AnIdleTransferWithListenerEndsWhereverItStands) {

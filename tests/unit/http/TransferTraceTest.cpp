@@ -1,11 +1,13 @@
 #include "BasicHttpClientTestSupport.h"
 #include "core/Log.h"
+#include "core/SecureStringUtils.h"
 #include "http/CurlHttpUtils.h"
 #include "http/EasyCURLConnection.h"
 #include "http/HttpClientData.h"
 #include "http/Proxy.h"
 #include "http/TransferTrace.h"
 #include "support/AllocationCounter.h"
+#include "support/MemoryScan.h"
 #include "support/Printed.h"
 
 #include <string>
@@ -368,6 +370,39 @@ TEST(TransferTraceTest, NothingThatTheTraceTellsOfASecretReachesTheLog) {
     EXPECT_TRUE(log.contains("Server auth using Basic with user name length = 11"));
     EXPECT_FALSE(log.contains("SECRET")) << log.text();
 }
+
+// --- what stays in memory
+
+class TransferTraceMemoryTest : public testing::TestWithParam<const char*> {
+protected:
+    TransferTraceMemoryTest() {
+        LogController::getInstance()->setSink([](const LogController::Record&) {});
+        LogController::getInstance()->setLevel(ZEBLOG_DEBUG);
+    }
+    ~TransferTraceMemoryTest() override {
+        LogController::getInstance()->setLevel(ZEBLOG_WARNING);
+        LogController::getInstance()->setSink({});
+    }
+};
+
+TEST_P(TransferTraceMemoryTest, OfATextNoCopyIsLeft) {
+    const zeb::test::PlantedSecret name;
+    std::string text = GetParam();
+    const std::size_t start = text.size();
+    text.reserve(start + name.size() + 1);  // growing would leave a copy of the test's own
+    text.resize(start + name.size());
+    name.copyTo(&text[start]);
+    text += "'";
+    HttpRequestData data(std::make_shared<Request>("http://h/"), nullptr);
+    CurlHttpUtils::curlTraceCallback(nullptr, CURLINFO_TEXT, text.data(), text.size(), &data);
+    SecureStringUtils::ZEBZeroString(text);
+    EXPECT_EQ(countInOwnMemory(name), 0U);
+}
+
+INSTANTIATE_TEST_SUITE_P(Texts, TransferTraceMemoryTest,
+                         testing::Values("  Trying '", "Connected to '",
+                                         "Server auth using Basic with user '",
+                                         "Proxy auth using Basic with user '"));
 
 }  // namespace
 }  // namespace zeb::http::test
