@@ -11,9 +11,9 @@ namespace zeb::http {
 
 namespace {
 
-/// It has no state: one serves all.
+/// It has no state: one serves all. Never destroyed: transfers may still end while the process does.
 const std::shared_ptr<CurlAnswerEvaluator>& defaultEvaluator() {
-    static const auto evaluator = std::make_shared<CurlAnswerEvaluator>();
+    static const auto& evaluator = *new auto(std::make_shared<CurlAnswerEvaluator>());
     return evaluator;
 }
 
@@ -75,7 +75,8 @@ std::shared_ptr<common::Policy> HttpClientData::getEdgePolicy() const {
 
 void HttpClientData::setEdgePolicy(std::shared_ptr<common::Policy> policy) {
     const std::lock_guard lock(mutex_);
-    edgePolicy_ = std::move(policy);
+    // Swapped, so that the former policy, which may be the host's, ends after the lock has gone.
+    edgePolicy_.swap(policy);
 }
 
 bool HttpClientData::getEdgeUsagePolicyCanBeIgnored() const {

@@ -53,7 +53,13 @@ public:
     }
 
     void clearQueue() {
-        if (const std::shared_ptr<ThreadPool> pool = get()) {
+        std::shared_ptr<ThreadPool> pool;
+        {
+            const ScopedLock lock(mutex_);
+            endRowLocked();
+            pool = pool_;
+        }
+        if (pool != nullptr) {
             pool->clearQueue();
         }
     }
@@ -62,13 +68,15 @@ public:
         const ScopedLock lock(mutex_);
         // Swapped, so that the former pool and its tasks are dropped after the lock has gone.
         pool_.swap(pool);
-        last_.reset();
+        endRowLocked();
     }
 
 private:
-    std::shared_ptr<ThreadPool> get() {
-        const ScopedLock lock(mutex_);
-        return pool_;
+    /// With mutex_ held, before the queue is emptied. The reports behind the one that is being told wait like
+    /// those in the queue, but in the same task.
+    void endRowLocked() {
+        last_.reset();
+        NetworkEventTask::endRows();
     }
 
     /// With mutex_ held, so that last_ is the last in the queue.

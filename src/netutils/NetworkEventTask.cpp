@@ -13,11 +13,13 @@ namespace {
 /// In place of a number of times.
 constexpr std::uint32_t BEGUN = std::numeric_limits<std::uint32_t>::max();
 
+std::atomic<std::uint32_t> endedRows{0};
+
 }  // namespace
 
 NetworkEventTask::NetworkEventTask(Type type, std::string label,
                                    std::shared_ptr<NetworkEventReporterObserver> observer)
-    : type_(type), label_(std::move(label)), observer_(std::move(observer)) {}
+    : type_(type), label_(std::move(label)), observer_(std::move(observer)), endedRows_(endedRows) {}
 
 NetworkEventTask::~NetworkEventTask() = default;
 
@@ -45,9 +47,15 @@ bool NetworkEventTask::takeUp(Type type, const std::string& label,
     return false;
 }
 
+void NetworkEventTask::endRows() {
+    ++endedRows;
+}
+
 void NetworkEventTask::execute() {
     NetworkEventReporterImpl reporter(observer_);
-    for (std::uint32_t left = times_.exchange(BEGUN); left != 0; --left) {
+    const std::uint32_t times = times_.exchange(BEGUN);
+    executeOnce(reporter);
+    for (std::uint32_t done = 1; times != BEGUN && done < times && endedRows == endedRows_; ++done) {
         executeOnce(reporter);
     }
 }

@@ -33,7 +33,10 @@ public:
     /// alike, or this one has been begun: then it is a task of its own.
     bool takeUp(Type type, const std::string& label,
                 const std::shared_ptr<NetworkEventReporterObserver>& observer);
-    /// Once for each report.
+    /// Ends all rows there are: of one that is being told, or about to be, no more than the report it is at
+    /// is told. For whoever drops the waiting reports.
+    static void endRows();
+    /// Once for each report; once if it has been executed before.
     void execute() override;
 
 private:
@@ -43,6 +46,7 @@ private:
     const std::string label_;
     std::string server_;
     const std::shared_ptr<NetworkEventReporterObserver> observer_;
+    const std::uint32_t endedRows_;  ///< how often rows had been ended when this was made
     std::atomic<std::uint32_t> times_{1};
 };
 

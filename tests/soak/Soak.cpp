@@ -1,7 +1,7 @@
 // Everything at once for as long as one likes, in the lab: both clients, synchronous and asynchronous
-// requests, downloads, cancellations, failing over, servers that break what they promised. At the end each
-// request must have been answered exactly once, or cancelled, and memory and descriptors be back to where
-// they were.
+// requests, downloads, cancellations, failing over, hosts that nobody knows, servers that break what they
+// promised. At the end each request must have been answered exactly once, or cancelled, each completed one of
+// a multi client reported once, and memory and descriptors be back to where they were.
 //
 //     Soak SECONDS        0: all was well; 1: something was lost, told twice, or left behind; 69: no lab
 
@@ -13,6 +13,10 @@
 #include "http/Request.h"
 #include "http/Response.h"
 #include "netutils/GlobalInit.h"
+#include "netutils/NetUtilsFactory.h"
+#include "netutils/NetworkEventCallback.h"
+#include "netutils/NetworkEventReporterObserver.h"
+#include "netutils/adapters/HttpEventReporterAdapter.h"
 #include "support/FakeCertVerifier.h"
 #include "support/Lab.h"
 #include "support/Threads.h"
@@ -56,6 +60,8 @@ std::atomic<std::size_t> failed{0};
 std::atomic<std::size_t> cancelled{0};
 std::atomic<std::size_t> toldTwice{0};
 std::atomic<std::size_t> wrong{0};
+std::atomic<std::size_t> toBeReported{0};
+std::atomic<std::size_t> reported{0};
 std::atomic<bool> running{true};
 
 std::size_t openDescriptors() {
@@ -77,10 +83,19 @@ std::size_t usedBytes() {
     return info.uordblks + info.hblkhd;
 }
 
+/// Hears what the transfers say of the network.
+class Reports : public zeb::netutils::NetworkEventCallback {
+public:
+    void onNetworkEvent(const std::string& name) override {
+        reported += name == "hintNetworkIsInUse" ? 1 : 0;
+    }
+};
+
 /// Hears of one request, and knows how often.
 class Witness : public zeb::http::HttpClientListener {
 public:
-    explicit Witness(std::string expected) : expected_(std::move(expected)) {}
+    Witness(std::string expected, bool isReported)
+        : expected_(std::move(expected)), isReported_(isReported) {}
 
     /// The body goes elsewhere. Before the request is sent.
     void expectAFile() { expected_.clear(); }
@@ -90,6 +105,7 @@ public:
         if (!expected_.empty() && response.body != expected_) {
             ++wrong;
         }
+        toBeReported += isReported_ ? 1 : 0;
         take(completed);
     }
     void onRequestProgress(unsigned int /*id*/, zeb::http::ProgressData /*progress*/) override {}
@@ -104,6 +120,7 @@ private:
     }
 
     std::string expected_;
+    const bool isReported_;
     std::atomic<int> answers_{0};
 };
 
@@ -119,7 +136,8 @@ struct Flight {
 /// Makes requests of all kinds, and looks after those of one thread.
 class Traffic {
 public:
-    Traffic(unsigned int seed, std::string file) : random_(seed), file_(std::move(file)) {}
+    Traffic(unsigned int seed, std::string file, bool isReported)
+        : random_(seed), file_(std::move(file)), isReported_(isReported) {}
     ~Traffic() { std::filesystem::remove(file_); }
     Traffic(const Traffic&) = delete;
     Traffic& operator=(const Traffic&) = delete;
@@ -132,7 +150,7 @@ public:
         std::string expected;
         std::string url = secure() ? lab::secureUrl("/text") : lab::url("/text");
         std::vector<std::string> failover;
-        switch (pick(10)) {
+        switch (pick(12)) {
             case 0:
                 url = pick(2) == 0 ? lab::url(faults.at(pick(faults.size())))
                                    : lab::rawUrl(rawFaults.at(pick(rawFaults.size())));
@@ -148,6 +166,9 @@ public:
             case 3:
                 url = lab::url("/mib");
                 break;
+            case 4:
+                url = lab::url("unknown.lab.test", "/");
+                break;
             default:
                 expected = lab::TEXT;
                 break;
@@ -156,7 +177,7 @@ public:
         request->getOptions()->failoverUrls = failover;
         request->getOptions()->transferTimeout = 10000;
         request->getOptions()->connectionTimeout = 5000;
-        witness_ = std::make_shared<Witness>(expected);
+        witness_ = std::make_shared<Witness>(expected, isReported_);
         request->setListener(witness_);
         ++sent;
         return request;
@@ -201,6 +222,7 @@ private:
 
     std::minstd_rand random_;
     const std::string file_;
+    const bool isReported_;
     std::shared_ptr<Witness> witness_;
     std::vector<Flight> flights_;
 };
@@ -250,8 +272,11 @@ std::size_t soakAsynchronous(Traffic& traffic) {
 std::size_t soakMulti(Traffic& traffic) {
     std::size_t lost = 0;
     while (running) {
-        auto client =
-            zeb::http::MultiHttpClientImpl::buildMultiHttpClientImpl(nullptr, verifier(), nullptr, 4);
+        auto client = zeb::http::MultiHttpClientImpl::buildMultiHttpClientImpl(
+            nullptr, verifier(),
+            std::make_shared<zeb::netutils::adapters::HttpEventReporterAdapter>(
+                zeb::netutils::NetUtilsFactory().createNetworkEventReporter()),
+            4);
         for (int i = 0; i < 2000 && running; ++i) {
             const bool toFile = i % 16 == 0;
             traffic.send(toFile, [&](const std::shared_ptr<Request>& request) {
@@ -288,7 +313,7 @@ std::size_t soak(std::chrono::seconds span, bool told) {
         threads.emplace_back([&lost, work, number = seed] {
             const auto file = std::filesystem::temp_directory_path() /
                               ("soak-" + std::to_string(getpid()) + "-" + std::to_string(number));
-            Traffic traffic(number, file.string());
+            Traffic traffic(number, file.string(), work == &soakMulti);
             lost += work(traffic);
         });
         ++seed;
@@ -309,12 +334,25 @@ std::size_t soak(std::chrono::seconds span, bool told) {
     return lost;
 }
 
+/// Reports are made behind their requests, on other threads.
+bool allAreReported() {
+    const auto end = Clock::now() + PATIENCE;
+    while (reported < toBeReported && Clock::now() < end) {
+        std::this_thread::sleep_for(std::chrono::milliseconds(5));
+    }
+    std::printf("reported %zu of %zu\n", reported.load(), toBeReported.load());
+    return reported == toBeReported;
+}
+
 int run(std::chrono::seconds span) {
+    const auto reports = std::make_shared<Reports>();
+    zeb::netutils::NetworkEventReporterObserver::getInstance()->registerForNetworkEvents(reports);
     // What is made once and kept is made before it is measured: arenas, threads, the resolver.
     const std::size_t lostAtFirst = soak(std::chrono::seconds(2), false);
     const std::size_t descriptors = openDescriptors();
     const std::size_t memory = usedBytes();
     const std::size_t lost = lostAtFirst + soak(span, true);
+    const bool allReported = allAreReported();
     // A pool's last thread ends a moment after its client.
     for (int tries = 0; openDescriptors() > descriptors && tries < 500; ++tries) {
         std::this_thread::sleep_for(std::chrono::milliseconds(10));
@@ -325,8 +363,8 @@ int run(std::chrono::seconds span) {
     std::printf("lost %zu  told twice %zu  wrong %zu  descriptors %zu -> %zu  used memory %zu -> %zu KiB\n",
                 lost, toldTwice.load(), wrong.load(), descriptors, descriptorsLeft, memory / 1024,
                 memoryAfter / 1024);
-    const bool good = lost == 0 && toldTwice == 0 && wrong == 0 && descriptorsLeft <= descriptors &&
-                      growth <= ALLOWED_GROWTH;
+    const bool good = allReported && lost == 0 && toldTwice == 0 && wrong == 0 &&
+                      descriptorsLeft <= descriptors && growth <= ALLOWED_GROWTH;
     std::puts(good ? "All was well." : "Something was not well.");
     return good ? EXIT_SUCCESS : EXIT_FAILURE;
 }

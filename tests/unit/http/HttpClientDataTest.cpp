@@ -11,6 +11,7 @@
 
 #include <atomic>
 #include <chrono>
+#include <cstdlib>
 #include <future>
 #include <thread>
 
@@ -65,6 +66,46 @@ TEST_F(HttpClientDataTest, GivesBackWhatWasSet) {
     EXPECT_EQ(evaluator, own->getCurlAnswerEvaluator());
     own->setEdgePolicy(nullptr);
     EXPECT_EQ(nullptr, own->getEdgePolicy());
+}
+
+TEST_F(HttpClientDataTest, AFormerPolicyEndsWithoutTheLock) {
+    class Asking : public common::Policy {
+    public:
+        Asking(HttpClientData& asked, std::shared_ptr<common::Policy>& answer)
+            : Policy(PolicyNature::EDGE_USAGE, true), asked_(asked), answer_(answer) {}
+        ~Asking() override {
+            // On another thread: on this one a lock that may be taken again would do.
+            std::thread([this] { answer_ = asked_.getEdgePolicy(); }).join();
+        }
+
+    private:
+        HttpClientData& asked_;
+        std::shared_ptr<common::Policy>& answer_;
+    };
+    std::shared_ptr<common::Policy> answer;
+    client->setEdgePolicy(std::make_shared<Asking>(*client, answer));
+    client->setEdgePolicy(EdgePolicy::NEVER_USE_EDGE_POLICY);
+    EXPECT_EQ(EdgePolicy::NEVER_USE_EDGE_POLICY, answer);
+}
+
+TEST_F(HttpClientDataTest, TheDefaultEvaluatorOutlivesStaticDestruction) {
+    // A transfer of a client that nobody has ended may end as late as that.
+    struct AtTheVeryEnd {
+        std::weak_ptr<CurlAnswerEvaluator> evaluator;
+        ~AtTheVeryEnd() {
+            if (evaluator.expired()) {
+                std::_Exit(EXIT_FAILURE);
+            }
+        }
+    };
+    testing::FLAGS_gtest_death_test_style = "threadsafe";  // a process of its own
+    EXPECT_EXIT(
+        {
+            static AtTheVeryEnd last;  // made before the evaluator, destroyed after it
+            last.evaluator = HttpClientData::build(nullptr, nullptr)->getCurlAnswerEvaluator();
+            std::exit(EXIT_SUCCESS);
+        },
+        testing::ExitedWithCode(EXIT_SUCCESS), "");
 }
 
 TEST_F(HttpClientDataTest, ANullEvaluatorBringsBackADefaultOne) {

@@ -181,6 +181,18 @@ TEST_F(MultiHttpClientTransferTest, WithoutAListenerTheTransferRunsAndTheHandleC
     EXPECT_EQ(server.requests().size(), 1U);
 }
 
+TEST_F(MultiHttpClientTransferTest, AnAnsweredRequestIsLetGoOfThoughNoOtherFollows) {
+    struct Ending : RecordingListener {
+        std::promise<void> end;
+        ~Ending() override { end.set_value(); }
+    };
+    LoopbackServer server(hello);
+    auto listener = std::make_shared<Ending>();
+    auto ended = listener->end.get_future();
+    ASSERT_EQ(enqueue(makeRequest(server.url("/"), std::move(listener))), HttpClientError::SUCCESS);
+    EXPECT_EQ(ended.wait_for(std::chrono::seconds(10)), std::future_status::ready);
+}
+
 TEST_F(MultiHttpClientTransferTest, AListenerMayEnqueueFromItsCallback) {
     LoopbackServer server(hello);
     int left = 50;

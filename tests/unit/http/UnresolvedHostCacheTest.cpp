@@ -78,6 +78,21 @@ TEST_F(UnresolvedHostCacheTest, AHostThatOnlyLibcurlCanReadIsLeftToTheTransfer) 
     EXPECT_TRUE(cache.isEmpty());
 }
 
+TEST_F(UnresolvedHostCacheTest, WhatNamesAHostIsWhatDnsIsAskedFor) {
+    for (const std::string url :
+         {"http://name.test/", "https://name.test:8443/x", "name.test", "http://user@name.test/",
+          "http://10.1.2.3@name.test/", "http://%41@name.test/", "http://name.test?x=[1]",
+          "http://name.test#100%", "http://10.1.2.3/", "http://user@10.1.2.3/", "http://10.1.2.3?x=1",
+          "http://10.1.2.3#x", "https://[::1]:8443/", "http://user@[::1]/", "file:///etc/hosts"}) {
+        bool asked = false;
+        EXPECT_CALL(*resolver, isResolvable(_)).WillRepeatedly([&](const std::string&) {
+            return asked = true;
+        });
+        EXPECT_TRUE(cache.hostCanBeResolved(url)) << url;
+        EXPECT_EQ(UnresolvedHostCache::namesHost(url), asked) << url;
+    }
+}
+
 TEST_F(UnresolvedHostCacheTest, WithoutAResolverEveryHostCounts) {
     UnresolvedHostCache blind(nullptr);
     EXPECT_TRUE(blind.hostCanBeResolved("https://gone.example/"));

@@ -68,6 +68,7 @@ TEST(VerificationLabelTest, TheNamesAreNotToBeReadInIt) {
 TEST(VerificationLabelTest, EachInputOfTheJudgementChangesIt) {
     const SSLData data = someData();
     std::set<std::string> labels{VerificationLabel::of(data, 7), VerificationLabel::of(data, 4)};
+    EXPECT_EQ(labels.size(), 2U);
     const std::vector<std::function<void(SSLData&)>> changes = {
         [](SSLData& changed) { changed.certVerifier = nullptr; },
         [](SSLData& changed) { changed.certVerifier = std::make_shared<FakeCertVerifier>(true); },
@@ -80,6 +81,8 @@ TEST(VerificationLabelTest, EachInputOfTheJudgementChangesIt) {
         [](SSLData& changed) { changed.referenceIdentifiers = {"one.test8:two.test"}; },
     };
     for (const auto& change : changes) {
+        // Each is asked for right behind that of the unchanged inputs, which is remembered.
+        EXPECT_EQ(labels.count(VerificationLabel::of(data, 7)), 1U);
         SSLData changed = data;
         change(changed);
         EXPECT_TRUE(labels.insert(VerificationLabel::of(changed, 7)).second);

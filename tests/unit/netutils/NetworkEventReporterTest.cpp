@@ -152,6 +152,32 @@ TEST_F(NetworkEventReporterTest, OfARowOfLikeHintsEachIsToldInItsPlace) {
     EXPECT_EQ(gated->record.waitFor(expected.size()), expected);
 }
 
+TEST_F(NetworkEventReporterTest, AnEdgeEventBetweenLikeHintsIsToldBetweenThem) {
+    const auto gated = std::make_shared<GatedObserver>();
+    NetworkEventReporterImpl slow(gated);
+    slow.hintNetworkStackNotReady("runs already");
+    gated->reached.get_future().wait();
+    slow.hintNetworkIsInUse("like");
+    slow.edgeInfrastructureEvent("like", "host");
+    slow.hintNetworkIsInUse("like");
+    slow.edgeInfrastructureEvent("like", "another host");
+    gated->gate.set_value();
+    EXPECT_EQ(gated->record.waitFor(5),
+              (Events{"hintNetworkStackNotReady", "hintNetworkIsInUse", "hintedgeInfrastructureEvent",
+                      "hintNetworkIsInUse", "hintedgeInfrastructureEvent"}));
+}
+
+TEST_F(NetworkEventReporterTest, ARowOfLikeHintsIsOneTask) {
+    NetworkEventReporterImpl::disableNetworkEventReporterForTesting();
+    const auto owners = observer.use_count();
+    for (int i = 0; i < 5; ++i) {
+        reporter.hintNetworkIsInUse("like");
+    }
+    EXPECT_EQ(observer.use_count(), owners + 1);
+    reporter.hintNetworkIsInUse("another");
+    EXPECT_EQ(observer.use_count(), owners + 2);
+}
+
 TEST_F(NetworkEventReporterTest, ALikeHintBehindADroppedOneIsTold) {
     const auto gated = std::make_shared<GatedObserver>();
     NetworkEventReporterImpl slow(gated);
@@ -162,6 +188,62 @@ TEST_F(NetworkEventReporterTest, ALikeHintBehindADroppedOneIsTold) {
     slow.hintNetworkIsInUse("like");
     gated->gate.set_value();
     EXPECT_EQ(gated->record.waitFor(2), (Events{"hintNetworkStackNotReady", "hintNetworkIsInUse"}));
+}
+
+/// Like the gated one, with a gate in each of the first two reports.
+class TwiceGatedObserver : public RecordingObserver {
+public:
+    std::promise<void> reached[2];
+    std::promise<void> gate[2];
+
+    void onNetworkEvent(const std::string& eventName) override {
+        RecordingObserver::onNetworkEvent(eventName);
+        if (told_ < 2) {
+            const int number = told_++;
+            reached[number].set_value();
+            gate[number].get_future().wait();
+        }
+    }
+
+private:
+    int told_ = 0;
+};
+
+/// The events of a row of five like hints of which the first is being told when `drop` is called, with one
+/// more like hint after that.
+Events eventsOfARowBegunBefore(const std::function<void()>& drop) {
+    const auto gated = std::make_shared<TwiceGatedObserver>();
+    NetworkEventReporterImpl slow(gated);
+    slow.hintNetworkStackNotReady("runs already");
+    gated->reached[0].get_future().wait();
+    for (int i = 0; i < 5; ++i) {
+        slow.hintNetworkIsInUse("like");
+    }
+    gated->gate[0].set_value();
+    gated->reached[1].get_future().wait();
+    drop();
+    slow.hintNetworkIsInUse("like");
+    slow.hintHostOsIpInterfaceChanged("the last");
+    gated->gate[1].set_value();
+    Events events = gated->record.waitFor(1);
+    for (std::size_t seen = 0; events.size() != seen && events.back() != "hintHostOsIpInterfaceChanged";) {
+        seen = events.size();
+        events = gated->record.waitFor(seen + 1);
+    }
+    return events;
+}
+
+TEST_F(NetworkEventReporterTest, StopDropsTheRestOfARowThatIsBeingTold) {
+    EXPECT_EQ(eventsOfARowBegunBefore([] { NetworkEventReporterImpl::stop(); }),
+              (Events{"hintNetworkStackNotReady", "hintNetworkIsInUse", "hintNetworkIsInUse",
+                      "hintHostOsIpInterfaceChanged"}));
+}
+
+TEST_F(NetworkEventReporterTest, ARowThatIsBeingToldGoesOnWithoutAStop) {
+    EXPECT_EQ(eventsOfARowBegunBefore([] {}),
+              (Events{"hintNetworkStackNotReady", "hintNetworkIsInUse", "hintNetworkIsInUse",
+                      "hintNetworkIsInUse", "hintNetworkIsInUse", "hintNetworkIsInUse", "hintNetworkIsInUse",
+                      "hintHostOsIpInterfaceChanged"}));
 }
 
 TEST_F(NetworkEventReporterTest, ALikeHintBehindOneOfAReplacedPoolIsTold) {

@@ -222,6 +222,25 @@ TEST_F(NetworkEventTaskTest, ATaskThatHasBegunTakesNothingUp) {
     EXPECT_EQ(late->record.soFar(), EventRecord::Events{"hintNetworkIsInUse"});
 }
 
+TEST_F(NetworkEventTaskTest, ATaskThatIsExecutedAgainIsToldOnceMore) {
+    NetworkEventTask task(Type::HINT_NETWORK_IS_IN_USE, "the.label", observer);
+    task.execute();
+    task.execute();
+    EXPECT_EQ(observer->record.soFar(), EventRecord::Events(2, "hintNetworkIsInUse"));
+}
+
+TEST_F(NetworkEventTaskTest, OfARowThatHasBeenEndedOnlyTheFirstIsTold) {
+    NetworkEventTask ended(Type::HINT_NETWORK_IS_IN_USE, "the.label", observer);
+    ASSERT_TRUE(ended.takeUp(Type::HINT_NETWORK_IS_IN_USE, "the.label", observer));
+    NetworkEventTask::endRows();
+    NetworkEventTask later(Type::HINT_NETWORK_STACK_NOT_READY, "the.label", observer);
+    ASSERT_TRUE(later.takeUp(Type::HINT_NETWORK_STACK_NOT_READY, "the.label", observer));
+    ended.execute();
+    later.execute();
+    EXPECT_EQ(observer->record.soFar(), (EventRecord::Events{"hintNetworkIsInUse", "hintNetworkStackNotReady",
+                                                             "hintNetworkStackNotReady"}));
+}
+
 TEST_F(NetworkEventTaskTest, WithoutAnObserverAReportIsSurvived) {
     NetworkEventTask(Type::HINT_NETWORK_IS_IN_USE, "the.label", nullptr).execute();
     NetworkEventTask(Type::EDGE_INFRASTRUCTURE_EVENT, "the.label", nullptr).execute();
