@@ -671,6 +671,32 @@ TEST_F(InvalidCertNotificationManagerTest, AClearedManagerAsksAgainOnceSomebodyL
               cleared->promptUserForAction("CN", "", "", statuses, FINGERPRINT, "", {}, accessor));
 }
 
+TEST_F(InvalidCertNotificationManagerTest, AnAnswerThatWasClearedAwayIsMissedAndDecidesNothing) {
+    const test::LogCapture capture;
+    const auto cleared = manager();
+    const auto next = std::make_shared<RecordingListener>();
+    cleared->registerInvalidCertListener(
+        std::make_shared<RecordingListener>([&](const InvalidCertInfo& info) {
+            EXPECT_TRUE(cleared->acceptInvalidCert(info.fingerprint, {Options::ACCEPT_FOR_SESSION}));
+            cleared->clearForTesting();
+            cleared->registerInvalidCertListener(next);
+        }));
+    Statuses statuses{CertStatus::UNKNOWN};
+    const CertificateCacheAccessor accessor(FINGERPRINT, statuses, PromptingBuilder().build());
+    try {
+        cleared->promptUserForAction("CN", "", "", statuses, FINGERPRINT, "", {}, accessor);
+        ADD_FAILURE() << "it did not throw";
+    } catch (const std::logic_error& error) {
+        EXPECT_STREQ("No response available for a completed prompt request. Unexpected condition!",
+                     error.what());
+    }
+    EXPECT_TRUE(capture.contains(ZEBLOG_ERROR,
+                                 "Unable to retrieve a response to prompt request. Unexpected condition!"));
+    EXPECT_THAT(Cache::getAcceptedInvalidCacheValue(FINGERPRINT), IsEmpty());
+    EXPECT_TRUE(cleared->checkIntegrity());
+    EXPECT_FALSE(cleared->rejectInvalidCert(FINGERPRINT)) << "no request is left behind";
+}
+
 TEST_F(InvalidCertNotificationManagerTest, CommonNamesDoNotReachTheLog) {
     const test::LogCapture capture;
     listen(rejectOnce);
