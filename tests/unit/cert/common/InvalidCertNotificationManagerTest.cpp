@@ -589,6 +589,23 @@ TEST_F(InvalidCertNotificationManagerTest, AWarningExpectsNoAnswerAndIsKeptAsADe
     EXPECT_FALSE(acceptForSession(FINGERPRINT));
 }
 
+TEST_F(InvalidCertNotificationManagerTest, AnAnswerToAWarningIsTakenAndDecidesNothing) {
+    listen(accept);
+    first.warn(false);
+    EXPECT_EQ(Statuses{CertStatus::UNKNOWN}, Cache::getRejectedInvalidCacheValue(FINGERPRINT));
+    EXPECT_THAT(Cache::getAcceptedInvalidCacheValue(FINGERPRINT), IsEmpty());
+    EXPECT_FALSE(acceptForSession(FINGERPRINT));
+    listen(rejectOnce);
+    Verification other("other ");
+    other.warn(true);
+    EXPECT_THAT(Cache::getAcceptedInvalidCacheValue("other "), IsEmpty()) << "once is not to be remembered";
+    EXPECT_THAT(Cache::getRejectedInvalidCacheValue("other "), IsEmpty());
+    const test::LogCapture capture;
+    listen(reject);
+    EXPECT_EQ(Prompt::DENY, other.prompt());
+    EXPECT_TRUE(capture.contains("Certificate rejected User")) << "nothing was left of the former answer";
+}
+
 TEST_F(InvalidCertNotificationManagerTest, AWarningThatFindsADecisionShowsNothing) {
     const test::LogCapture capture;
     const auto listener = listen();
