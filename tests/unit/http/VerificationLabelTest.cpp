@@ -68,7 +68,9 @@ TEST(VerificationLabelTest, TheNamesAreNotToBeReadInIt) {
 
 TEST(VerificationLabelTest, EachInputOfTheJudgementChangesIt) {
     const SSLData data = someData();
-    std::set<std::string> labels{VerificationLabel::of(data, 7), VerificationLabel::of(data, 4)};
+    const std::string label = VerificationLabel::of(data, 7);
+    std::set<std::string> labels{label, VerificationLabel::of(data, 4)};
+    EXPECT_EQ(labels.size(), 2U);
     const std::vector<std::function<void(SSLData&)>> changes = {
         [](SSLData& changed) { changed.certVerifier = nullptr; },
         [](SSLData& changed) { changed.certVerifier = std::make_shared<FakeCertVerifier>(true); },
@@ -83,6 +85,7 @@ TEST(VerificationLabelTest, EachInputOfTheJudgementChangesIt) {
     for (const auto& change : changes) {
         SSLData changed = data;
         change(changed);
+        EXPECT_EQ(VerificationLabel::of(data, 7), label);  // the last one, and it differs in that one alone
         EXPECT_TRUE(labels.insert(VerificationLabel::of(changed, 7)).second);
     }
 }
