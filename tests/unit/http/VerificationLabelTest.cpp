@@ -298,6 +298,22 @@ TEST_F(KeptConnectionTest, AnAcceptedHostLeadsNowhereThatItsOwnVerificationRefus
     EXPECT_TRUE(bad.requests().empty()) << "nothing was sent there";
 }
 
+TEST_F(KeptConnectionTest, ARedirectThatCannotBeLabelledAnewLeadsNowhere) {
+    LoopbackServer bad(hello, presenting({"service.test"}));
+    ASSERT_EQ(run(expecting(bad.secureUrl("/"), {"service.test"})), HttpClientResult::SUCCESS);
+    const std::string away = bad.secureUrl("/");
+    CurlOptionSpy spy;
+    LoopbackServer good(
+        [&](const LoopbackServer::Request&) {
+            spy.fail(CURLOPT_CAPATH, CURLE_OUT_OF_MEMORY);
+            return LoopbackServer::Reply::response(302, "", {{"Location", away}});
+        },
+        presenting({"localhost", "service.test"}));
+    EXPECT_NE(run(expecting(good.secureUrl("/"), {"service.test"})), HttpClientResult::SUCCESS);
+    EXPECT_EQ(good.requests().size(), 1U);
+    EXPECT_EQ(bad.requests().size(), 1U) << "not over the connection that was kept for the given names";
+}
+
 TEST_F(KeptConnectionTest, AFailoverIsJudgedUnderTheNameOfTheNextUrl) {
     const RefusedPort nobody;
     const auto failingOverTo = [&](const LoopbackServer& server) {
