@@ -4,6 +4,7 @@
 #include "CertificatePrompt.h"
 #include "Interrupt.h"
 #include "MakeRequest.h"
+#include "RefusedCertificates.h"
 #include "cert/common/CertVerifier.h"
 #include "http/HttpClientListener.h"
 #include "http/HttpRequestOptions.h"
@@ -90,9 +91,8 @@ public:
         if (result != HttpClientResult::SUCCESS) {
             lastFailure_ = static_cast<int>(result);
         }
-        if (shown_) {
-            (void)std::fputs("\r\033[K", stderr);
-        }
+        refused_ = refused_ || result == HttpClientResult::CERTIFICATE_VALIDATION_ERROR;
+        hide();
         std::cout << result;
         if (result == HttpClientResult::SUCCESS) {
             std::cout << " " << status;
@@ -102,12 +102,26 @@ public:
         show();
         changed_.notify_all();
     }
+    /// Why servers were refused, once it is known of all.
+    void tellRefusals() {
+        const std::lock_guard<std::mutex> lock(mutex_);
+        if (refused_) {
+            hide();
+            tellRefusedCertificates();
+            show();
+        }
+    }
     int status() {
         const std::lock_guard<std::mutex> lock(mutex_);
         return interrupted_ ? static_cast<int>(HttpClientResult::REQUEST_CANCELLED) : lastFailure_;
     }
 
 private:
+    void hide() const {
+        if (shown_) {
+            (void)std::fputs("\r\033[K", stderr);
+        }
+    }
     void show() const {
         if (shown_) {
             (void)std::fprintf(stderr, "\r%zu of %zu, %zu under way, %.1f KiB", ended_, total_, underWay_,
@@ -124,6 +138,7 @@ private:
     std::size_t bytes_ = 0;
     int lastFailure_ = 0;
     bool interrupted_ = false;
+    bool refused_ = false;
 };
 
 /// Hears of one request.
@@ -178,6 +193,7 @@ int runMulti(const Arguments& arguments, Interrupt& interrupt) {
         progress->waitForAll();
     }
     interrupt.doFirst(nullptr);
+    progress->tellRefusals();
     return progress->status();
 }
 

@@ -28,6 +28,7 @@
 #include <algorithm>
 #include <array>
 #include <cstring>
+#include <new>
 #include <sstream>
 #include <utility>
 
@@ -641,7 +642,9 @@ void takeHeader(HttpRequestData& data, HttpHeader header) {
         if (optionsOf(data).followRedirects) {
             clearIdentityInformationOnRedirect(data);
             // Other names: the way on must not lead over a connection that the former ones have accepted.
-            VerificationLabel::putOn(data);
+            if (!VerificationLabel::putOn(data)) {
+                throw std::bad_alloc();  // aborts the transfer, as nothing else keeps libcurl from it
+            }
         }
     }
 }

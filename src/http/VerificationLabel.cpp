@@ -148,18 +148,20 @@ std::string VerificationLabel::of(const SSLData& sslData, long acceptableTlsVers
     return labelOf(sslData, acceptableTlsVersions);
 }
 
-void VerificationLabel::putOn(HttpRequestData& data) {
+bool VerificationLabel::putOn(HttpRequestData& data) {
     CURL* const curl = data.getEasyHandle();
     if (curl == nullptr) {
-        return;
+        return true;
     }
     const std::string& label =
         labelOf(data.getSSLData(), data.getRequest()->getOptions()->acceptableTlsVersions);
-    if (label.empty() || curl_easy_setopt(curl, CURLOPT_CAPATH, label.c_str()) != CURLE_OK) {
-        // Without a label: a connection of this request's own, for it alone.
-        curl_easy_setopt(curl, CURLOPT_FRESH_CONNECT, 1L);
-        curl_easy_setopt(curl, CURLOPT_FORBID_REUSE, 1L);
+    if (!label.empty() && curl_easy_setopt(curl, CURLOPT_CAPATH, label.c_str()) == CURLE_OK) {
+        return true;
     }
+    // Without a label: a connection of this request's own, for it alone.
+    curl_easy_setopt(curl, CURLOPT_FRESH_CONNECT, 1L);
+    curl_easy_setopt(curl, CURLOPT_FORBID_REUSE, 1L);
+    return false;
 }
 
 }  // namespace zeb::http

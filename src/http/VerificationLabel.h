@@ -31,7 +31,11 @@ public:
 
     /// Puts the label of the request's present SSLData on its easy handle: before each transfer, and again
     /// within one whenever a redirect has changed the names. Does nothing when the request owns no handle.
-    static void putOn(HttpRequestData& data);
+    ///
+    /// False when it can't: then the handle is told to open a connection for itself alone, and bears the
+    /// former label yet. That is enough before a transfer; within one libcurl doesn't heed it, and may take
+    /// a kept connection all the same.
+    static bool putOn(HttpRequestData& data);
 };
 
 }  // namespace zeb::http

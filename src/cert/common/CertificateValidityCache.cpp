@@ -1,10 +1,12 @@
 #include "cert/common/CertificateValidityCache.h"
 
+#include "common/TrustEpoch.h"
 #include "core/Log.h"
 #include "core/Mutex.h"
 #include "core/ScopedLock.h"
 
 #include <algorithm>
+#include <cstddef>
 #include <map>
 
 #include <openssl/evp.h>
@@ -14,6 +16,7 @@ namespace zeb::cert {
 
 namespace {
 
+using common::TrustEpoch;
 using Statuses = CertificateValidityCache::Statuses;
 using Decisions = std::map<std::string, Statuses>;
 
@@ -38,23 +41,31 @@ Statuses valueOf(Mutex& mutex, const Decisions& decisions, const std::string& fi
     return entry == decisions.end() ? Statuses() : entry->second;
 }
 
-void merge(Mutex& mutex, Decisions& decisions, const std::string& fingerprint, const Statuses& statuses) {
+/// Whether anything was added.
+bool merge(Mutex& mutex, Decisions& decisions, const std::string& fingerprint, const Statuses& statuses) {
     const ScopedLock lock(mutex);
-    decisions[fingerprint].insert(statuses.begin(), statuses.end());
+    Statuses& entry = decisions[fingerprint];
+    const std::size_t before = entry.size();
+    entry.insert(statuses.begin(), statuses.end());
+    return entry.size() != before;
 }
 
-void remove(Mutex& mutex, Decisions& decisions, const std::string& fingerprint) {
+/// Whether there was anything to remove.
+bool remove(Mutex& mutex, Decisions& decisions, const std::string& fingerprint) {
     const ScopedLock lock(mutex);
-    decisions.erase(fingerprint);
+    return decisions.erase(fingerprint) != 0;
 }
 
-void removeUnchanged(Mutex& mutex, Decisions& decisions, const std::string& fingerprint,
+/// As above.
+bool removeUnchanged(Mutex& mutex, Decisions& decisions, const std::string& fingerprint,
                      const Statuses& unchanged) {
     const ScopedLock lock(mutex);
     const auto entry = decisions.find(fingerprint);
-    if (entry != decisions.end() && entry->second == unchanged) {
-        decisions.erase(entry);
+    if (entry == decisions.end() || entry->second != unchanged) {
+        return false;
     }
+    decisions.erase(entry);
+    return true;
 }
 
 template <typename Store>
@@ -66,6 +77,11 @@ void forget(Mutex& mutex, Store& store) {
 bool holdsAcceptedInvalid(const std::string& fingerprint) {
     const ScopedLock lock(stores().acceptedInvalidFingerprintsMapMutex_);
     return stores().acceptedInvalidFingerprints_.count(fingerprint) != 0;
+}
+
+bool isAccepted(const std::string& fingerprint) {
+    return CertificateValidityCache::findInAcceptedValidCache(fingerprint) ||
+           holdsAcceptedInvalid(fingerprint);
 }
 
 /// "0a 1b ": a blank behind every byte.
@@ -114,7 +130,7 @@ bool CertificateValidityCache::verifyAcceptedCertificate(const x509_st* certific
     if (fingerprint.empty()) {
         return false;
     }
-    if (findInAcceptedValidCache(fingerprint) || holdsAcceptedInvalid(fingerprint)) {
+    if (isAccepted(fingerprint)) {
         return true;
     }
     ZEB_LOG_INFO(log::cert(), "Fingerprint is not trusted!");
@@ -209,8 +225,12 @@ void CertificateValidityCache::addRejectedInvalidCertificate(const std::string& 
 
 void CertificateValidityCache::addRejectedInvalidCertificate(const std::string& fingerprint,
                                                              const Statuses& statuses) {
-    merge(stores().rejectedInvalidFingerprintsMapMutex_, stores().rejectedInvalidFingerprints_, fingerprint,
-          statuses);
+    const bool added = merge(stores().rejectedInvalidFingerprintsMapMutex_,
+                             stores().rejectedInvalidFingerprints_, fingerprint, statuses);
+    // A rejection wins over an acceptance, so connections that the latter let through aren't lent any more.
+    if (added && isAccepted(fingerprint)) {
+        TrustEpoch::advance();
+    }
 }
 
 void CertificateValidityCache::removeFromAcceptedInvalidCache(const x509_st* certificate) {
@@ -218,7 +238,10 @@ void CertificateValidityCache::removeFromAcceptedInvalidCache(const x509_st* cer
 }
 
 void CertificateValidityCache::removeFromAcceptedInvalidCache(const std::string& fingerprint) {
-    remove(stores().acceptedInvalidFingerprintsMapMutex_, stores().acceptedInvalidFingerprints_, fingerprint);
+    if (remove(stores().acceptedInvalidFingerprintsMapMutex_, stores().acceptedInvalidFingerprints_,
+               fingerprint)) {
+        TrustEpoch::advance();
+    }
 }
 
 void CertificateValidityCache::removeFromRejectedInvalidCache(const x509_st* certificate) {
@@ -231,8 +254,10 @@ void CertificateValidityCache::removeFromRejectedInvalidCache(const std::string&
 
 void CertificateValidityCache::removeFromAcceptedInvalidCache(const std::string& fingerprint,
                                                               const Statuses& unchanged) {
-    removeUnchanged(stores().acceptedInvalidFingerprintsMapMutex_, stores().acceptedInvalidFingerprints_,
-                    fingerprint, unchanged);
+    if (removeUnchanged(stores().acceptedInvalidFingerprintsMapMutex_, stores().acceptedInvalidFingerprints_,
+                        fingerprint, unchanged)) {
+        TrustEpoch::advance();
+    }
 }
 
 void CertificateValidityCache::removeFromRejectedInvalidCache(const std::string& fingerprint,
@@ -246,11 +271,13 @@ void CertificateValidityCache::clear() {
     forget(stores().acceptedInvalidFingerprintsMapMutex_, stores().acceptedInvalidFingerprints_);
     forget(stores().rejectedInvalidFingerprintsMapMutex_, stores().rejectedInvalidFingerprints_);
     forget(stores().acceptedValidFingerprintsMutex_, stores().acceptedValidFingerprints_);
+    TrustEpoch::advance();
 }
 
 void CertificateValidityCache::clearAcceptedInvalidCerts() {
     ZEB_LOG_INFO(log::cert(), "Clearing accepted invalid certificates from memory");
     forget(stores().acceptedInvalidFingerprintsMapMutex_, stores().acceptedInvalidFingerprints_);
+    TrustEpoch::advance();
 }
 
 }  // namespace zeb::cert

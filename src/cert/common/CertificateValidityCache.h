@@ -17,6 +17,9 @@ namespace zeb::cert {
 ///
 /// Any thread may call. Each of the three stores has a mutex of its own; no operation holds two. A null
 /// certificate has the empty fingerprint, as one that can't be digested: a key like any other.
+///
+/// Whatever takes an acceptance back (a removal, a clear, a rejection of the same certificate) takes it back
+/// from kept connections, too: requests that begin afterwards get none that was opened before.
 class ZEBNETUTILS_EXPORT CertificateValidityCache {
 public:
     using Statuses = std::set<CertStatus::Status>;

@@ -1,3 +1,4 @@
+#include "../cert/InvalidCertTestSupport.h"
 #include "cert/InvalidCertManagementPolicy.h"
 #include "cert/common/CertCacheInterface.h"
 #include "cert/common/CertStatus.h"
@@ -67,7 +68,8 @@ TEST(VerificationLabelTest, TheNamesAreNotToBeReadInIt) {
 
 TEST(VerificationLabelTest, EachInputOfTheJudgementChangesIt) {
     const SSLData data = someData();
-    std::set<std::string> labels{VerificationLabel::of(data, 7), VerificationLabel::of(data, 4)};
+    const std::string label = VerificationLabel::of(data, 7);
+    std::set<std::string> labels{label, VerificationLabel::of(data, 4)};
     EXPECT_EQ(labels.size(), 2U);
     const std::vector<std::function<void(SSLData&)>> changes = {
         [](SSLData& changed) { changed.certVerifier = nullptr; },
@@ -81,10 +83,10 @@ TEST(VerificationLabelTest, EachInputOfTheJudgementChangesIt) {
         [](SSLData& changed) { changed.referenceIdentifiers = {"one.test8:two.test"}; },
     };
     for (const auto& change : changes) {
-        // Each is asked for right behind that of the unchanged inputs, which is remembered.
-        EXPECT_EQ(labels.count(VerificationLabel::of(data, 7)), 1U);
         SSLData changed = data;
         change(changed);
+        // Each is asked for right behind that of the unchanged inputs, which is remembered.
+        EXPECT_EQ(VerificationLabel::of(data, 7), label);
         EXPECT_TRUE(labels.insert(VerificationLabel::of(changed, 7)).second);
     }
 }
@@ -103,6 +105,49 @@ TEST(VerificationLabelTest, AVerifierThatHasGoneLeavesItsLabelToNobody) {
         data.certVerifier = std::make_shared<FakeCertVerifier>(true);
         EXPECT_TRUE(labels.insert(VerificationLabel::of(data, 7)).second);
     }
+}
+
+TEST(VerificationLabelTest, AnAcceptanceThatIsTakenBackChangesItInWhicheverWay) {
+    using Cache = cert::CertificateValidityCache;
+    const SSLData data = someData();
+    const FakePlatform::Statuses statuses = {cert::CertStatus::UNKNOWN};
+    const std::function<void()> ways[] = {
+        [] { Cache::removeFromAcceptedInvalidCache("accepted"); },
+        [&] { Cache::removeFromAcceptedInvalidCache("accepted", statuses); },
+        [&] { Cache::addRejectedInvalidCertificate("accepted", statuses); },
+        [] { Cache::clearAcceptedInvalidCerts(); },
+        [] { Cache::clear(); },
+    };
+    for (const auto& takeBack : ways) {
+        Cache::clear();
+        Cache::addAcceptedInvalidCertificate("accepted", statuses);
+        const std::string before = VerificationLabel::of(data, 7);
+        takeBack();
+        EXPECT_NE(VerificationLabel::of(data, 7), before);
+    }
+    const auto certificate = CertificateBuilder().build();
+    Cache::addAcceptedValidCertificate(certificate.get());
+    const std::string before = VerificationLabel::of(data, 7);
+    Cache::addRejectedInvalidCertificate(certificate.get(), statuses);
+    EXPECT_NE(VerificationLabel::of(data, 7), before) << "though it had been called a valid one";
+    Cache::clear();
+}
+
+TEST(VerificationLabelTest, WhatTakesNoAcceptanceBackChangesNothing) {
+    using Cache = cert::CertificateValidityCache;
+    const SSLData data = someData();
+    const FakePlatform::Statuses statuses = {cert::CertStatus::UNKNOWN};
+    Cache::addRejectedInvalidCertificate("both", statuses);
+    const std::string before = VerificationLabel::of(data, 7);
+    Cache::addAcceptedInvalidCertificate("both", statuses);
+    Cache::addRejectedInvalidCertificate("both", statuses);  // as it was already
+    Cache::addRejectedInvalidCertificate("a stranger", statuses);
+    Cache::removeFromAcceptedInvalidCache("a stranger");
+    Cache::removeFromAcceptedInvalidCache("both", {cert::CertStatus::EXPIRED});  // no longer what was read
+    Cache::removeFromRejectedInvalidCache("both");
+    Cache::removeFromRejectedInvalidCache("a stranger", statuses);
+    EXPECT_EQ(VerificationLabel::of(data, 7), before);
+    Cache::clear();
 }
 
 TEST(VerificationLabelTest, ARequestWithoutAHandleIsLeftAlone) {
@@ -254,6 +299,22 @@ TEST_F(KeptConnectionTest, AnAcceptedHostLeadsNowhereThatItsOwnVerificationRefus
     EXPECT_TRUE(bad.requests().empty()) << "nothing was sent there";
 }
 
+TEST_F(KeptConnectionTest, ARedirectThatCannotBeLabelledAnewLeadsNowhere) {
+    LoopbackServer bad(hello, presenting({"service.test"}));
+    ASSERT_EQ(run(expecting(bad.secureUrl("/"), {"service.test"})), HttpClientResult::SUCCESS);
+    const std::string away = bad.secureUrl("/");
+    CurlOptionSpy spy;
+    LoopbackServer good(
+        [&](const LoopbackServer::Request&) {
+            spy.fail(CURLOPT_CAPATH, CURLE_OUT_OF_MEMORY);
+            return LoopbackServer::Reply::response(302, "", {{"Location", away}});
+        },
+        presenting({"localhost", "service.test"}));
+    EXPECT_NE(run(expecting(good.secureUrl("/"), {"service.test"})), HttpClientResult::SUCCESS);
+    EXPECT_EQ(good.requests().size(), 1U);
+    EXPECT_EQ(bad.requests().size(), 1U) << "not over the connection that was kept for the given names";
+}
+
 TEST_F(KeptConnectionTest, AFailoverIsJudgedUnderTheNameOfTheNextUrl) {
     const RefusedPort nobody;
     const auto failingOverTo = [&](const LoopbackServer& server) {
@@ -355,6 +416,37 @@ TEST_F(WithdrawnTrustTest, ThePolicyThatIsThereAlreadyAndAVerifierThatHasJudgedN
     cert::CertVerifier(std::make_shared<FakePlatform>(UNTRUSTED)).addPolicy(Management::SILENTLY_FAIL_POLICY);
     ASSERT_EQ(get(), HttpClientResult::SUCCESS);
     EXPECT_EQ(server_.connections(), 1U);
+}
+
+class UsersDecisionTest : public cert::InvalidCertTest {};
+
+TEST_F(UsersDecisionTest, AConnectionThatAUserLetThroughServesNobodyOnceHeRejectsItsCertificateElsewhere) {
+    const auto listener = listen([](const cert::InvalidCertInfo& info) {
+        info.statuses.count(cert::CertStatus::CN_NO_MATCH) == 0 ? accept(info) : reject(info);
+    });
+    const auto verifier = std::make_shared<cert::CertVerifier>(std::make_shared<FakePlatform>(UNTRUSTED));
+    verifier->addPolicy(cert::PromptingBuilder().build());
+    const auto client = BasicHttpClientImpl::buildBasicHttpClientImpl(
+        nullptr, std::make_shared<netutils::adapters::HttpCertAdapter>(verifier), nullptr, nullptr);
+    const LoopbackServer::Options options = presenting({"localhost"});
+    LoopbackServer first(hello, options);
+    LoopbackServer second(hello, options);
+    const auto run = [&](const std::shared_ptr<Request>& request) {
+        Response response;
+        return client->execute(request, response);
+    };
+
+    for (int i = 0; i < 2; ++i) {
+        ASSERT_EQ(run(std::make_shared<Request>(first.secureUrl("/"))), HttpClientResult::SUCCESS);
+    }
+    ASSERT_EQ(first.connections(), 1U);
+    const auto strict = expecting(second.secureUrl("/"), {"service.test"});
+    strict->getOptions()->certIdentityValidationModel = IdentityMatchModel::STRICT_MATCH;
+    ASSERT_EQ(run(strict), HttpClientResult::CERTIFICATE_VALIDATION_ERROR);
+    EXPECT_EQ(run(std::make_shared<Request>(first.secureUrl("/"))),
+              HttpClientResult::CERTIFICATE_VALIDATION_ERROR);
+    EXPECT_EQ(first.requests().size(), 2U) << "nothing was sent";
+    EXPECT_EQ(listener->calls(), 2U) << "the rejection is remembered";
 }
 
 // The connection cache that the handles of a multi handle share

@@ -192,6 +192,7 @@ TEST_F(BaseCertVerifierTest, WithoutATrustStoreEveryCertificateIsAnInternalError
     const CertResult result = verifier.verifyCertificate(leaf_.get(), "server.test");
     EXPECT_EQ(result.result, CertResult::FAILURE);
     EXPECT_EQ(result.statuses, Statuses{CertStatus::INTERNAL_ERROR});
+    EXPECT_TRUE(log_.contains(ZEBLOG_ERROR, "No platform verifier is available."));
 }
 
 // What comes of all checks together
@@ -364,6 +365,16 @@ TEST_F(BaseCertVerifierTest, AUsageParserThatHasReadNothingIsAnInternalError) {
     usage_->hasBeenParsed = false;
     const CertResult result = verify();
     EXPECT_EQ(result.statuses, Statuses{CertStatus::INTERNAL_ERROR});
+    EXPECT_EQ(result.keyUsageResult, CertKeyUsageResult::INTERNAL_ERROR);
+}
+
+TEST_F(BaseCertVerifierTest, AnyPurposeMakesUpForAMissingOneButNotForAFailedLook) {
+    usage_->hasExtended = true;
+    usage_->any = true;
+    EXPECT_EQ(verify().keyUsageResult, CertKeyUsageResult::SUCCESS);
+    usage_->otherwise = CertKeyUsageResult::INTERNAL_ERROR;
+    const CertResult result = verify();
+    EXPECT_EQ(result.statuses, Statuses{CertStatus::WRONG_USAGE});
     EXPECT_EQ(result.keyUsageResult, CertKeyUsageResult::INTERNAL_ERROR);
 }
 

@@ -589,6 +589,23 @@ TEST_F(InvalidCertNotificationManagerTest, AWarningExpectsNoAnswerAndIsKeptAsADe
     EXPECT_FALSE(acceptForSession(FINGERPRINT));
 }
 
+TEST_F(InvalidCertNotificationManagerTest, AnAnswerToAWarningIsTakenAndDecidesNothing) {
+    listen(accept);
+    first.warn(false);
+    EXPECT_EQ(Statuses{CertStatus::UNKNOWN}, Cache::getRejectedInvalidCacheValue(FINGERPRINT));
+    EXPECT_THAT(Cache::getAcceptedInvalidCacheValue(FINGERPRINT), IsEmpty());
+    EXPECT_FALSE(acceptForSession(FINGERPRINT));
+    listen(rejectOnce);
+    Verification other("other ");
+    other.warn(true);
+    EXPECT_THAT(Cache::getAcceptedInvalidCacheValue("other "), IsEmpty()) << "once is not to be remembered";
+    EXPECT_THAT(Cache::getRejectedInvalidCacheValue("other "), IsEmpty());
+    const test::LogCapture capture;
+    listen(reject);
+    EXPECT_EQ(Prompt::DENY, other.prompt());
+    EXPECT_TRUE(capture.contains("Certificate rejected User")) << "nothing was left of the former answer";
+}
+
 TEST_F(InvalidCertNotificationManagerTest, AWarningThatFindsADecisionShowsNothing) {
     const test::LogCapture capture;
     const auto listener = listen();
@@ -669,6 +686,32 @@ TEST_F(InvalidCertNotificationManagerTest, AClearedManagerAsksAgainOnceSomebodyL
     const CertificateCacheAccessor accessor(FINGERPRINT, statuses, PromptingBuilder().build());
     EXPECT_EQ(Prompt::DENY,
               cleared->promptUserForAction("CN", "", "", statuses, FINGERPRINT, "", {}, accessor));
+}
+
+TEST_F(InvalidCertNotificationManagerTest, AnAnswerThatWasClearedAwayIsMissedAndDecidesNothing) {
+    const test::LogCapture capture;
+    const auto cleared = manager();
+    const auto next = std::make_shared<RecordingListener>();
+    cleared->registerInvalidCertListener(
+        std::make_shared<RecordingListener>([&](const InvalidCertInfo& info) {
+            EXPECT_TRUE(cleared->acceptInvalidCert(info.fingerprint, {Options::ACCEPT_FOR_SESSION}));
+            cleared->clearForTesting();
+            cleared->registerInvalidCertListener(next);
+        }));
+    Statuses statuses{CertStatus::UNKNOWN};
+    const CertificateCacheAccessor accessor(FINGERPRINT, statuses, PromptingBuilder().build());
+    try {
+        cleared->promptUserForAction("CN", "", "", statuses, FINGERPRINT, "", {}, accessor);
+        ADD_FAILURE() << "it did not throw";
+    } catch (const std::logic_error& error) {
+        EXPECT_STREQ("No response available for a completed prompt request. Unexpected condition!",
+                     error.what());
+    }
+    EXPECT_TRUE(capture.contains(ZEBLOG_ERROR,
+                                 "Unable to retrieve a response to prompt request. Unexpected condition!"));
+    EXPECT_THAT(Cache::getAcceptedInvalidCacheValue(FINGERPRINT), IsEmpty());
+    EXPECT_TRUE(cleared->checkIntegrity());
+    EXPECT_FALSE(cleared->rejectInvalidCert(FINGERPRINT)) << "no request is left behind";
 }
 
 TEST_F(InvalidCertNotificationManagerTest, CommonNamesDoNotReachTheLog) {

@@ -78,6 +78,7 @@ public:
     bool any = false;
     std::set<BasicKeyUsage::Usage> basic;
     std::set<ExtendedKeyUsage::Usage> extended;
+    CertKeyUsageResult::Result otherwise = CertKeyUsageResult::NO_MATCHING_EXTENDED_KEY_USAGE_FOUND;
 
     int parse(const x509_st*) override { return parsing; }
     bool parsed() const override { return hasBeenParsed; }
@@ -88,8 +89,7 @@ public:
     }
     CertKeyUsageResult::Result verifyExtendedKeyUsage(
         const std::vector<ExtendedKeyUsage::Usage>& usages) const override {
-        return extended.count(usages.at(0)) != 0 ? CertKeyUsageResult::SUCCESS
-                                                 : CertKeyUsageResult::NO_MATCHING_EXTENDED_KEY_USAGE_FOUND;
+        return extended.count(usages.at(0)) != 0 ? CertKeyUsageResult::SUCCESS : otherwise;
     }
     bool hasBasicKeyUsage() const override { return hasBasic; }
     bool hasExtendedKeyUsage() const override { return hasExtended; }

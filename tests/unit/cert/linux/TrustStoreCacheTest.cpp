@@ -133,6 +133,28 @@ TEST_F(TrustStoreCacheTest, ABundleRewrittenInPlaceWithItsOldTimeCountsFromTheNe
     expectContent(other_);
 }
 
+TEST_F(TrustStoreCacheTest, AFileThatDiffersInOneThingAloneIsAnotherFile) {
+    const std::function<void(struct stat&)> changes[] = {
+        [](struct stat& status) { ++status.st_dev; },
+        [](struct stat& status) { ++status.st_ino; },
+        [](struct stat& status) { ++status.st_size; },
+        [](struct stat& status) { ++status.st_mtim.tv_sec; },
+        [](struct stat& status) { ++status.st_mtim.tv_nsec; },
+        [](struct stat& status) { --status.st_ctim.tv_sec; },
+        [](struct stat& status) { --status.st_ctim.tv_nsec; },
+    };
+    for (const auto& change : changes) {
+        BundleFolder::rewrite(bundle_, bundleOf(one_));
+        waitUntilShared();
+        const Store store = cache_.load(bundle_);
+        {
+            const FstatSeam seam(change);
+            EXPECT_NE(store, cache_.load(bundle_));
+        }
+        EXPECT_NE(store, cache_.load(bundle_)) << "the other one has been kept in its place";
+    }
+}
+
 TEST_F(TrustStoreCacheTest, ATruncatedBundleGivesNothingAndARestoredOneIsBack) {
     BundleFolder::rewrite(bundle_, bundleOf(one_));
     waitUntilShared();

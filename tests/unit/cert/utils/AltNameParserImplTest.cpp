@@ -342,6 +342,15 @@ TEST_F(AltNameParserImplTest, OtherNamesOfWideCharactersHaveNulsAndAreDropped) {
               NO_IDENTITY);
 }
 
+TEST_F(AltNameParserImplTest, OtherNamesOfWideCharactersWithoutANulAreReadByTheirBytesLikeAnyText) {
+    const std::string bytes = "\x4E\x2D\x65\x87";  // two characters of a BMPString
+    EXPECT_EQ(parseAltNames({der::otherName(XMPP_ADDRESS, der::value(der::BMP_STRING, bytes)),
+                             der::otherName(SRV_NAME, der::value(der::UNIVERSAL_STRING, bytes))}),
+              SUCCESS);
+    EXPECT_EQ(parser_.getXmppAddresses(), Texts{bytes});
+    EXPECT_EQ(parser_.getSrvNames(), Texts{bytes});
+}
+
 TEST_F(AltNameParserImplTest, AUtf8CommonNameMatchesItsOwnBytesOnly) {
     EXPECT_EQ(parse(CertificateBuilder().commonName("b\xC3\xBC"
                                                     "cher.test")),
