@@ -1,6 +1,9 @@
 #include "support/MemoryScan.h"
 
+#include "core/GuaranteedMemset.h"
+
 #include <algorithm>
+#include <array>
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
@@ -15,6 +18,7 @@ namespace {
 
 constexpr std::size_t CHUNK_SIZE = 1U << 20U;
 constexpr std::size_t MAPS_SIZE = 4U << 20U;
+constexpr std::size_t DEAD_STACK_SIZE = 256U << 10U;
 
 // The shadow of a sanitizer takes terabytes; nothing that a test plants lies in a mapping of this size.
 constexpr std::uint64_t LARGEST_MAPPING = 1ULL << 30U;
@@ -176,6 +180,11 @@ std::size_t countInOwnMemory(const PlantedSecret& secret) {
         }
     });
     return count;
+}
+
+[[gnu::noinline]] void wipeDeadStack() {
+    std::array<char, DEAD_STACK_SIZE> block{};
+    guaranteed_memset(block.data(), 0, block.size());
 }
 
 std::vector<unsigned char> peekAtMemory(const void* address, std::size_t size) {

@@ -35,6 +35,10 @@ private:
 /// left out; what the program freed under a sanitizer isn't. Other threads must be at rest.
 std::size_t countInOwnMemory(const PlantedSecret& secret);
 
+/// Overwrites what functions that have returned left on the stack: it is overwritten sooner or later anyway,
+/// where a block of the heap is not. For a test that asks about the heap alone.
+void wipeDeadStack();
+
 /// What stands at an address now, though it may be freed: read through the kernel, so that no sanitizer and
 /// no rule of the language is in the way. Empty if the address is no longer mapped.
 std::vector<unsigned char> peekAtMemory(const void* address, std::size_t size);

@@ -478,12 +478,6 @@ TEST_F(CurlConfigurationTest, WithoutHeadersTheTokenMakesTheList) {
     EXPECT_EQ(2U, orderOf({CURLOPT_HTTPHEADER}).size());
 }
 
-/// Where the token lay while it was decrypted is overwritten sooner or later; the heap isn't.
-[[gnu::noinline]] void wipeDeadStack() {
-    char block[256 * 1024] = {};
-    SecureStringUtils::ZEBZeroMemory(block, sizeof block);
-}
-
 TEST_F(CurlConfigurationTest, OfTheTokenThatMakesTheListThereIsNoOtherCopy) {
     setCredentials(AuthType::OAUTH);
     const zeb::test::PlantedSecret token;
@@ -492,9 +486,10 @@ TEST_F(CurlConfigurationTest, OfTheTokenThatMakesTheListThereIsNoOtherCopy) {
     options.credentials->token = SecureString(clear.data(), clear.size());
     SecureStringUtils::ZEBZeroString(clear);
     data();
+    zeb::test::wipeDeadStack();
     EXPECT_EQ(0U, countInOwnMemory(token)) << "the test leaves a copy";
     EXPECT_TRUE(CurlHttpUtils::addOauthToken(data()));
-    wipeDeadStack();
+    zeb::test::wipeDeadStack();
     EXPECT_EQ(1U, countInOwnMemory(token));
     data()->getWrapper().requestHeaders = nullptr;
     EXPECT_EQ(0U, countInOwnMemory(token));

@@ -396,6 +396,7 @@ TEST_P(TransferTraceMemoryTest, OfATextNoCopyIsLeft) {
     HttpRequestData data(std::make_shared<Request>("http://h/"), nullptr);
     CurlHttpUtils::curlTraceCallback(nullptr, CURLINFO_TEXT, text.data(), text.size(), &data);
     SecureStringUtils::ZEBZeroString(text);
+    zeb::test::wipeDeadStack();
     EXPECT_EQ(countInOwnMemory(name), 0U);
 }
 

@@ -234,12 +234,14 @@ protected:
         execute(requestWith(server_.url(), authType, secure(password_), secure(token_)));
     }
     void execute(const std::shared_ptr<Request>& request) {
+        zeb::test::wipeDeadStack();
         ASSERT_EQ(countInOwnMemory(password_) + countInOwnMemory(token_), 0U) << "the test leaves a copy";
         for (int round = 0; round < 2; ++round) {
             http::Response response;
             EXPECT_EQ(client_->execute(request, response), http::HttpClientResult::SUCCESS);
             EXPECT_EQ(response.body, "hello");
         }
+        zeb::test::wipeDeadStack();
     }
 
     const ServerProcess server_;
@@ -287,13 +289,6 @@ TEST_F(BasicHttpClientMemoryTest, OfABodyNoCopyIsLeftOnceTheRequestIsAnswered) {
     EXPECT_EQ(countInOwnMemory(password_), 0U);
 }
 
-/// libcurl builds what it tells of a cookie on the stack; what lies there after its return is not ours to
-/// wipe.
-[[gnu::noinline]] void wipeDeadStack() {
-    char block[256 * 1024] = {};
-    SecureStringUtils::ZEBZeroMemory(block, sizeof block);
-}
-
 class BasicHttpClientCookieMemoryTest : public BasicHttpClientMemoryTest,
                                         public testing::WithParamInterface<bool> {};
 
@@ -312,7 +307,7 @@ TEST_P(BasicHttpClientCookieMemoryTest, NoCopyIsLeftOnceTheClientHasGone) {
     }
     execute(request);
     client_.reset();
-    wipeDeadStack();
+    zeb::test::wipeDeadStack();
     EXPECT_EQ(countInOwnMemory(password_), 0U);
 }
 
