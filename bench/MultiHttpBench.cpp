@@ -5,9 +5,9 @@
 // takes its next request when one has ended, on the thread that drives libcurl. Raw sets every option that
 // the client sets for such a request, once, with callbacks that do the least: keep the body and the header
 // lines. Both run under the allocator hooks, which are the process's. What the client does besides is its
-// own: it lends no handle out twice, applies its policies on another thread, sets headers, cookies and URL
-// anew after the edge, reads addresses and cookies of the answer, and reports to its listener and to the
-// network event reporter. ZEB_BENCH_POOL=N: the threads of the client's pool (default 2).
+// own: it makes the objects of a request, applies its policies, reads addresses and cookies of the answer,
+// and reports to its listener and to the network event reporter. The server is named by its address and the
+// edge isn't used, so no request goes by way of the client's pool.
 
 // The progress function is the one that the client sets; its deprecation is known.
 #define CURL_DISABLE_DEPRECATION
@@ -269,9 +269,7 @@ private:
 void getInFlight(benchmark::State& state) {
     const int inFlight = static_cast<int>(state.range(0));
     const int count = inFlight == 1 ? 3000 : 6000;
-    const char* const pool = std::getenv("ZEB_BENCH_POOL");
-    const auto client = zeb::netutils::NetUtilsFactory().createMultiHttpClient(
-        pool == nullptr ? 2U : static_cast<unsigned int>(std::atoi(pool)));
+    const auto client = zeb::netutils::NetUtilsFactory().createMultiHttpClient(1);
     RawClient raw;
     std::vector<double> rates;
     std::vector<double> cpu;

@@ -59,6 +59,15 @@ std::shared_ptr<Request> requestWith(const std::string& url, AuthType authType) 
     return requestWith(url, authType, SecureString(PASSWORD), SecureString(TOKEN));
 }
 
+std::shared_ptr<Request> requestThrough(const std::string& proxyUrl, const SecureString& password) {
+    const auto proxy = std::make_shared<http::Proxy>();
+    proxy->setProxyServer(proxyUrl, http::ProxyType::HTTP);
+    proxy->setAuthentication("user", password, http::ProxyAuthentication::BASIC);
+    auto request = std::make_shared<Request>("http://inside.invalid/");
+    request->setProxy(proxy);
+    return request;
+}
+
 /// Starts libcurl with the hooks. False when a test of before has ended it, for good, in this process.
 bool startWithHooks() {
     EXPECT_EQ(GlobalInit(), 0);
@@ -123,12 +132,7 @@ TEST_P(BasicHttpClientSecretsTest, NoneIsInABlockThatIsReleasedAfterFailedReques
 }
 
 TEST_P(BasicHttpClientSecretsTest, NoneIsInABlockThatIsReleasedAfterAProxyWasGivenIt) {
-    const auto proxy = std::make_shared<http::Proxy>();
-    proxy->setProxyServer(server_.authority(), http::ProxyType::HTTP);
-    proxy->setAuthentication("user", SecureString(PASSWORD), http::ProxyAuthentication::BASIC);
-    const auto request = std::make_shared<Request>("http://inside.invalid/");
-    request->setProxy(proxy);
-    execute(request);
+    execute(requestThrough(server_.authority(), SecureString(PASSWORD)));
     EXPECT_EQ(server_.requests().at(0).header("Proxy-Authorization"), std::string("Basic ") + ENCODED);
     expectNothingLeft();
 }
@@ -271,12 +275,7 @@ TEST_F(BasicHttpClientMemoryTest, OfATokenThatMakesALongLineNoCopyIsLeftOnceTheR
 }
 
 TEST_F(BasicHttpClientMemoryTest, OfAProxysPasswordNoCopyIsLeftOnceTheConnectionIsClosed) {
-    const auto proxy = std::make_shared<http::Proxy>();
-    proxy->setProxyServer(server_.url(), http::ProxyType::HTTP);
-    proxy->setAuthentication("user", secure(password_), http::ProxyAuthentication::BASIC);
-    const auto request = std::make_shared<Request>("http://inside.invalid/");
-    request->setProxy(proxy);
-    execute(request);
+    execute(requestThrough(server_.url(), secure(password_)));
     client_.reset();
     EXPECT_EQ(countInOwnMemory(password_), 0U);
 }
