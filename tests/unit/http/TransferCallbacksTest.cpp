@@ -9,6 +9,7 @@
 
 #include <cstdint>
 #include <cstring>
+#include <ostream>
 #include <stdexcept>
 #include <string>
 #include <unistd.h>
@@ -428,6 +429,13 @@ struct IdentityCase {
     bool cleared;         ///< the names shown and connected to
     bool referencesKept;  ///< the references
 };
+
+/// The tests' names: without it, the bytes of the row, which are others in each build.
+void PrintTo(const IdentityCase& row, std::ostream* stream) {
+    *stream << (row.follow ? "followed, " : "not followed, ")
+            << (row.model == IdentityMatchModel::STRICT_MATCH ? "strict, " : "soft, ")
+            << (row.provided ? "identities provided" : "none provided");
+}
 
 class RedirectIdentityTest : public HeaderCallbackTest, public testing::WithParamInterface<IdentityCase> {};
 

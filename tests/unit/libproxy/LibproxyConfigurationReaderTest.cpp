@@ -8,6 +8,7 @@
 
 #include <cstdlib>
 #include <memory>
+#include <ostream>
 #include <string>
 #include <thread>
 #include <vector>
@@ -30,6 +31,11 @@ struct Row {
     const char* url;
     ProxyType::Type type;
 };
+
+/// The tests' names: without it, the bytes of the row, which are others in each build.
+void PrintTo(const Row& row, std::ostream* stream) {
+    *stream << row.entry;
+}
 
 class EntryTest : public testing::TestWithParam<Row> {};
 
